@@ -1,0 +1,397 @@
+/* The component runtime's binary interface: status codes, identifiers, system strings,
+ * variants, safe arrays, the base interfaces and the creation functions. Usable from C and
+ * C++; an interface declared with the VK_ macros is a C++ struct of pure virtual functions
+ * and, in C, a struct holding a pointer to a table of function pointers in the same order. */
+#ifndef VAULTKIT_VKCOM_H
+#define VAULTKIT_VKCOM_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+#define VK_EXTERN_C extern "C"
+#define VK_EXTERN_C_BEGIN extern "C" {
+#define VK_EXTERN_C_END }
+#else
+#define VK_EXTERN_C extern
+#define VK_EXTERN_C_BEGIN
+#define VK_EXTERN_C_END
+#endif
+
+#define VK_EXPORT __attribute__((visibility("default")))
+#define VKAPI VK_EXTERN_C VK_EXPORT
+
+VK_EXTERN_C_BEGIN
+
+typedef int32_t HRESULT;
+typedef int32_t LONG;
+typedef uint32_t ULONG;
+typedef uint32_t DWORD;
+typedef int32_t BOOL;
+typedef uint16_t WORD;
+typedef uint8_t BYTE;
+typedef int32_t INT;
+typedef uint32_t UINT;
+typedef int16_t VARIANT_BOOL;
+typedef int32_t DISPID;
+typedef uint32_t LCID;
+typedef uint16_t VARTYPE;
+#ifdef __cplusplus
+typedef char16_t OLECHAR;
+#else
+typedef uint16_t OLECHAR;
+#endif
+typedef OLECHAR WCHAR;
+typedef OLECHAR* BSTR;
+typedef OLECHAR* LPOLESTR;
+typedef const OLECHAR* LPCOLESTR;
+
+#define S_OK ((HRESULT)0)
+#define S_FALSE ((HRESULT)1)
+#define E_NOTIMPL ((HRESULT)0x80004001)
+#define E_NOINTERFACE ((HRESULT)0x80004002)
+#define E_POINTER ((HRESULT)0x80004003)
+#define E_FAIL ((HRESULT)0x80004005)
+#define E_UNEXPECTED ((HRESULT)0x8000FFFF)
+#define E_OUTOFMEMORY ((HRESULT)0x8007000E)
+#define E_INVALIDARG ((HRESULT)0x80070057)
+#define E_ACCESSDENIED ((HRESULT)0x80070005)
+#define CLASS_E_NOAGGREGATION ((HRESULT)0x80040110)
+#define CLASS_E_CLASSNOTAVAILABLE ((HRESULT)0x80040111)
+#define REGDB_E_CLASSNOTREG ((HRESULT)0x80040154)
+#define CO_E_CLASSSTRING ((HRESULT)0x800401F3)
+#define CONNECT_E_NOCONNECTION ((HRESULT)0x80040200)
+#define CONNECT_E_ADVISELIMIT ((HRESULT)0x80040201)
+#define CONNECT_E_CANNOTCONNECT ((HRESULT)0x80040202)
+#define DISP_E_MEMBERNOTFOUND ((HRESULT)0x80020003)
+#define DISP_E_UNKNOWNNAME ((HRESULT)0x80020006)
+#define DISP_E_BADPARAMCOUNT ((HRESULT)0x8002000E)
+#define DISP_E_TYPEMISMATCH ((HRESULT)0x80020005)
+#define DISP_E_BADVARTYPE ((HRESULT)0x80020008)
+#define SUCCEEDED(hr) (((HRESULT)(hr)) >= 0)
+#define FAILED(hr) (((HRESULT)(hr)) < 0)
+
+#define VARIANT_TRUE ((VARIANT_BOOL)-1)
+#define VARIANT_FALSE ((VARIANT_BOOL)0)
+#define TRUE 1
+#define FALSE 0
+
+typedef struct GUID {
+  uint32_t Data1;
+  uint16_t Data2;
+  uint16_t Data3;
+  uint8_t Data4[8];
+} GUID;
+typedef GUID IID;
+typedef GUID CLSID;
+#ifdef __cplusplus
+typedef const GUID& REFGUID;
+typedef const IID& REFIID;
+typedef const CLSID& REFCLSID;
+#else
+typedef const GUID* REFGUID;
+typedef const IID* REFIID;
+typedef const CLSID* REFCLSID;
+#endif
+
+/* Defines a named identifier in every translation unit that includes the header. */
+#define VK_DEFINE_GUID(name, l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8) \
+  static const GUID name __attribute__((unused)) = {l, w1, w2, {b1, b2, b3, b4, b5, b6, b7, b8}}
+
+VKAPI int IsEqualGUID(const GUID* a, const GUID* b);
+/* Writes "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}" (38 characters and a NUL). */
+VKAPI void VkGuidToString(const GUID* guid, char out[39]);
+VKAPI int VkGuidFromString(const char* text, GUID* guid);
+
+/* System strings: a 32-bit byte length, the UTF-16 characters, a NUL. */
+VKAPI BSTR SysAllocString(const OLECHAR* text);
+VKAPI BSTR SysAllocStringLen(const OLECHAR* text, UINT length);
+VKAPI BSTR SysAllocStringByteLen(const char* bytes, UINT length);
+VKAPI void SysFreeString(BSTR text);
+VKAPI UINT SysStringLen(BSTR text);
+VKAPI UINT SysStringByteLen(BSTR text);
+VKAPI int SysReAllocString(BSTR* target, const OLECHAR* text);
+
+/* Forward declarations of the interfaces that variants and safe arrays refer to. */
+#ifdef __cplusplus
+struct IUnknown;
+struct IDispatch;
+#else
+typedef struct IUnknown IUnknown;
+typedef struct IDispatch IDispatch;
+#endif
+
+enum VARENUM {
+  VT_EMPTY = 0,
+  VT_NULL = 1,
+  VT_I2 = 2,
+  VT_I4 = 3,
+  VT_BSTR = 8,
+  VT_DISPATCH = 9,
+  VT_ERROR = 10,
+  VT_BOOL = 11,
+  VT_VARIANT = 12,
+  VT_UNKNOWN = 13,
+  VT_UI4 = 19,
+  VT_INT = 22,
+  VT_ARRAY = 0x2000,
+  VT_BYREF = 0x4000
+};
+
+typedef struct SAFEARRAYBOUND {
+  ULONG cElements;
+  LONG lLbound;
+} SAFEARRAYBOUND;
+
+/* One-dimensional arrays only; of BSTR, of variants or of 32-bit integers. */
+typedef struct SAFEARRAY {
+  WORD cDims;
+  WORD fFeatures;
+  ULONG cbElements;
+  ULONG cLocks;
+  void* pvData;
+  SAFEARRAYBOUND rgsabound[1];
+} SAFEARRAY;
+
+typedef struct VARIANT {
+  VARTYPE vt;
+  WORD wReserved1;
+  WORD wReserved2;
+  WORD wReserved3;
+  union {
+    LONG lVal;
+    int16_t iVal;
+    ULONG ulVal;
+    INT intVal;
+    VARIANT_BOOL boolVal;
+    HRESULT scode;
+    BSTR bstrVal;
+    IUnknown* punkVal;
+    IDispatch* pdispVal;
+    SAFEARRAY* parray;
+    VARIANT_BOOL* pboolVal;
+    LONG* plVal;
+    BSTR* pbstrVal;
+    struct VARIANT* pvarVal;
+    void* byref;
+  } u;
+} VARIANT;
+typedef VARIANT VARIANTARG;
+
+VKAPI void VariantInit(VARIANT* v);
+VKAPI HRESULT VariantClear(VARIANT* v);
+VKAPI HRESULT VariantCopy(VARIANT* dest, const VARIANT* src);
+
+VKAPI SAFEARRAY* SafeArrayCreateVector(VARTYPE vt, LONG lower_bound, ULONG count);
+VKAPI HRESULT SafeArrayDestroy(SAFEARRAY* array);
+VKAPI HRESULT SafeArrayGetVartype(SAFEARRAY* array, VARTYPE* vt);
+VKAPI HRESULT SafeArrayGetLBound(SAFEARRAY* array, UINT dim, LONG* bound);
+VKAPI HRESULT SafeArrayGetUBound(SAFEARRAY* array, UINT dim, LONG* bound);
+/* Puts a copy of the element (a BSTR is copied, a variant deep-copied). */
+VKAPI HRESULT SafeArrayPutElement(SAFEARRAY* array, LONG* index, void* element);
+/* Gets a copy of the element that the caller frees. */
+VKAPI HRESULT SafeArrayGetElement(SAFEARRAY* array, LONG* index, void* element);
+VKAPI HRESULT SafeArrayCopy(SAFEARRAY* src, SAFEARRAY** dest);
+
+typedef struct DISPPARAMS {
+  VARIANTARG* rgvarg; /* arguments in reverse order, as the platform passes them */
+  DISPID* rgdispidNamedArgs;
+  UINT cArgs;
+  UINT cNamedArgs;
+} DISPPARAMS;
+
+typedef struct EXCEPINFO EXCEPINFO;
+#define DISPATCH_METHOD 1
+#define DISPATCH_PROPERTYGET 2
+#define DISPATCH_PROPERTYPUT 4
+
+VK_EXTERN_C_END
+
+/* ---- Interface declaration macros ---------------------------------------------------- */
+#ifdef __cplusplus
+#define VK_INTERFACE(name) struct name
+#define VK_INTERFACE_(name, base) struct name : public base
+#define VK_BEGIN {
+#define VK_END \
+  }            \
+  ;
+#define VK_METHOD(name) virtual HRESULT name
+#define VK_METHOD_(type, name) virtual type name
+#define VK_THIS
+#define VK_THIS_
+#define VK_PURE = 0
+#define VK_IUNKNOWN_METHODS(name)
+#define VK_IDISPATCH_METHODS(name)
+#else
+#define VK_INTERFACE(name)              \
+  typedef struct name name;             \
+  typedef struct name##Vtbl name##Vtbl; \
+  struct name {                         \
+    const name##Vtbl* lpVtbl;           \
+  };                                    \
+  struct name##Vtbl
+#define VK_INTERFACE_(name, base) VK_INTERFACE(name)
+#define VK_BEGIN {
+#define VK_END \
+  }            \
+  ;
+#define VK_METHOD(name) HRESULT(*name)
+#define VK_METHOD_(type, name) type(*name)
+#define VK_THIS void* This
+#define VK_THIS_ void *This,
+#define VK_PURE
+#define VK_IUNKNOWN_METHODS(name)                                         \
+  HRESULT (*QueryInterface)(name * This, const IID* riid, void** object); \
+  ULONG (*AddRef)(name * This);                                           \
+  ULONG (*Release)(name * This);
+#define VK_IDISPATCH_METHODS(name)                                                     \
+  HRESULT (*GetTypeInfoCount)(name * This, UINT * count);                              \
+  HRESULT (*GetTypeInfo)(name * This, UINT index, LCID lcid, void** info);             \
+  HRESULT (*GetIDsOfNames)                                                             \
+  (name * This, const IID* riid, LPOLESTR* names, UINT count, LCID lcid, DISPID* ids); \
+  HRESULT (*Invoke)                                                                    \
+  (name * This, DISPID id, const IID* riid, LCID lcid, WORD flags, DISPPARAMS* params, \
+   VARIANT* result, EXCEPINFO* excep, UINT* arg_err);
+#endif
+
+/* ---- Base interfaces --------------------------------------------------------------- */
+VK_DEFINE_GUID(IID_IUnknown, 0x00000000, 0x0000, 0x0000, 0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
+               0x46);
+VK_DEFINE_GUID(IID_IClassFactory, 0x00000001, 0x0000, 0x0000, 0xC0, 0x00, 0x00, 0x00, 0x00, 0x00,
+               0x00, 0x46);
+VK_DEFINE_GUID(IID_IDispatch, 0x00020400, 0x0000, 0x0000, 0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
+               0x46);
+VK_DEFINE_GUID(IID_IConnectionPointContainer, 0xB196B284, 0xBAB4, 0x101A, 0xB6, 0x9C, 0x00, 0xAA,
+               0x00, 0x34, 0x1D, 0x07);
+VK_DEFINE_GUID(IID_IConnectionPoint, 0xB196B286, 0xBAB4, 0x101A, 0xB6, 0x9C, 0x00, 0xAA, 0x00, 0x34,
+               0x1D, 0x07);
+VK_DEFINE_GUID(IID_NULL, 0x00000000, 0x0000, 0x0000, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
+               0x00);
+
+#ifdef __cplusplus
+struct IUnknown {
+  virtual HRESULT QueryInterface(REFIID riid, void** object) = 0;
+  virtual ULONG AddRef() = 0;
+  virtual ULONG Release() = 0;
+};
+#else
+VK_INTERFACE(IUnknown)
+VK_BEGIN VK_IUNKNOWN_METHODS(IUnknown) VK_END
+#endif
+
+VK_INTERFACE_(IClassFactory, IUnknown)
+VK_BEGIN VK_IUNKNOWN_METHODS(IClassFactory)
+    VK_METHOD(CreateInstance)(VK_THIS_ IUnknown* outer, REFIID riid, void** object) VK_PURE;
+VK_METHOD(LockServer)(VK_THIS_ BOOL lock) VK_PURE;
+VK_END
+
+VK_INTERFACE_(IDispatch, IUnknown)
+VK_BEGIN VK_IUNKNOWN_METHODS(IDispatch) VK_METHOD(GetTypeInfoCount)(VK_THIS_ UINT* count) VK_PURE;
+VK_METHOD(GetTypeInfo)(VK_THIS_ UINT index, LCID lcid, void** info) VK_PURE;
+VK_METHOD(GetIDsOfNames)
+(VK_THIS_ REFIID riid, LPOLESTR* names, UINT count, LCID lcid, DISPID* ids) VK_PURE;
+VK_METHOD(Invoke)
+(VK_THIS_ DISPID id, REFIID riid, LCID lcid, WORD flags, DISPPARAMS* params, VARIANT* result,
+ EXCEPINFO* excep, UINT* arg_err) VK_PURE;
+VK_END
+
+#ifdef __cplusplus
+struct IConnectionPointContainer;
+#else
+typedef struct IConnectionPointContainer IConnectionPointContainer;
+#endif
+
+VK_INTERFACE_(IConnectionPoint, IUnknown)
+VK_BEGIN VK_IUNKNOWN_METHODS(IConnectionPoint)
+    VK_METHOD(GetConnectionInterface)(VK_THIS_ IID* iid) VK_PURE;
+VK_METHOD(GetConnectionPointContainer)(VK_THIS_ IConnectionPointContainer** container) VK_PURE;
+VK_METHOD(Advise)(VK_THIS_ IUnknown* sink, DWORD* cookie) VK_PURE;
+VK_METHOD(Unadvise)(VK_THIS_ DWORD cookie) VK_PURE;
+/* Enumeration of connections is not offered: answers E_NOTIMPL. */
+VK_METHOD(EnumConnections)(VK_THIS_ void** enumerator) VK_PURE;
+VK_END
+
+VK_INTERFACE_(IConnectionPointContainer, IUnknown)
+VK_BEGIN VK_IUNKNOWN_METHODS(IConnectionPointContainer)
+    /* Enumeration of connection points is not offered: answers E_NOTIMPL. */
+    VK_METHOD(EnumConnectionPoints)(VK_THIS_ void** enumerator) VK_PURE;
+VK_METHOD(FindConnectionPoint)(VK_THIS_ REFIID riid, IConnectionPoint** point) VK_PURE;
+VK_END
+
+#ifdef __cplusplus
+namespace vk {
+// Maps an interface type to its identifier; each interface header specialises it.
+template <typename I>
+struct InterfaceId;
+
+template <>
+struct InterfaceId<IUnknown> {
+  static const IID& Get() { return IID_IUnknown; }
+};
+template <>
+struct InterfaceId<IDispatch> {
+  static const IID& Get() { return IID_IDispatch; }
+};
+template <>
+struct InterfaceId<IClassFactory> {
+  static const IID& Get() { return IID_IClassFactory; }
+};
+template <>
+struct InterfaceId<IConnectionPoint> {
+  static const IID& Get() { return IID_IConnectionPoint; }
+};
+template <>
+struct InterfaceId<IConnectionPointContainer> {
+  static const IID& Get() { return IID_IConnectionPointContainer; }
+};
+
+}  // namespace vk
+
+#define VK_INTERFACE_ID(Interface, iid)     \
+  namespace vk {                            \
+  template <>                               \
+  struct InterfaceId<Interface> {           \
+    static const IID& Get() { return iid; } \
+  };                                        \
+  }
+
+#endif
+
+/* ---- Registry and creation ----------------------------------------------------------- */
+VK_EXTERN_C_BEGIN
+
+#define CLSCTX_INPROC_SERVER 1
+
+/* The registry file: $VAULTKIT_REGISTRY, else $XDG_CONFIG_HOME/vaultkit/registry (default
+ * ~/.config/vaultkit/registry). Lines "clsid {GUID} PATH" and "progid NAME {GUID}". */
+VKAPI HRESULT VkRegistryPath(char* out, size_t size);
+VKAPI HRESULT VkRegisterClass(REFCLSID clsid, const char* prog_id, const char* library_path);
+VKAPI HRESULT CLSIDFromProgID(LPCOLESTR prog_id, CLSID* clsid);
+VKAPI HRESULT CoGetClassObject(REFCLSID clsid, DWORD context, void* reserved, REFIID riid,
+                               void** object);
+VKAPI HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID riid,
+                               void** object);
+
+/* ---- Message loop, timers and clock ------------------------------------------------- */
+/* One loop per process, pumped by the client's interface thread. Timers fire from
+ * VkPumpMessages when the loop's clock has reached their due time. */
+typedef void (*VkTimerProc)(void* context, UINT timer_id);
+typedef uint64_t (*VkClockProc)(void* context); /* milliseconds */
+
+/* Arms (or re-arms with a new interval) timer `timer_id` of `owner`. */
+VKAPI void VkSetTimer(void* owner, UINT timer_id, UINT interval_ms, VkTimerProc proc,
+                      void* context);
+VKAPI void VkKillTimer(void* owner, UINT timer_id);
+/* Kills every timer of `owner` (a window being destroyed). */
+VKAPI void VkKillTimers(void* owner);
+VKAPI uint64_t VkGetTickCount(void);
+/* Replaces the loop's clock; null restores the steady system clock. */
+VKAPI void VkSetClock(VkClockProc clock, void* context);
+/* Runs every timer that is due now; returns how many ran. */
+VKAPI int VkPumpMessages(void);
+/* Milliseconds until the next timer is due, or -1 when none is armed. */
+VKAPI int64_t VkNextTimerDelay(void);
+
+VK_EXTERN_C_END
+
+#endif

@@ -1,0 +1,19 @@
+// Text conversions: UTF-8, the ANSI code page (GBK, code page 936), and wide lower-casing
+// by Unicode simple case mapping independent of the process locale.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace vk {
+
+std::string ToUtf8(std::u16string_view text);
+std::u16string FromUtf8(std::string_view text);
+std::string ToAnsi(std::u16string_view text);      // GBK; unmappable characters become '?'
+std::u16string FromAnsi(std::string_view bytes);   // GBK
+char16_t WideToLower(char16_t c);
+std::u16string WideToLower(std::u16string_view text);
+// printf-style formatting into a wide string ("%s" takes const char16_t*, "%S" const char*).
+std::u16string FormatWide(const char16_t* format, ...);
+
+}  // namespace vk
