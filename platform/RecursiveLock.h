@@ -3,6 +3,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <cstdint>
 #include <mutex>
 #include <thread>
 
@@ -18,7 +19,9 @@ class RecursiveLock {
  private:
   mutable std::mutex mutex_;
   std::condition_variable released_;
-  std::thread::id owner_;
+  // A per-thread number that is never reused: a std::thread::id can be handed to a new
+  // thread once its holder has ended, which would let that thread walk into the lock.
+  uint64_t owner_ = 0;
   int depth_ = 0;
 };
 

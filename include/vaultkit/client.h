@@ -59,21 +59,21 @@ typedef struct IOptionStore IOptionStore;
 /* The client module interface: dual, the automation operations first. */
 VK_INTERFACE_(IClientModule, IDispatch)
 VK_BEGIN VK_IUNKNOWN_METHODS(IClientModule) VK_IDISPATCH_METHODS(IClientModule)
-VK_METHOD(get_Identifier)(VK_THIS_ BSTR* identifier) VK_PURE;
+    VK_METHOD(get_Identifier)(VK_THIS_ BSTR* identifier) VK_PURE;
 VK_METHOD(get_Name)(VK_THIS_ BSTR* name) VK_PURE;
 VK_METHOD(get_Site)(VK_THIS_ IModuleSite** site) VK_PURE;
 VK_METHOD(OnLoad)(VK_THIS_ IUnknown* site) VK_PURE;
 VK_METHOD(OnAccountChange)(VK_THIS) VK_PURE;
 VK_METHOD(OnCommand)
-(VK_THIS_ LONG a1, LONG a2, LONG a3, LONG a4, LONG a5, LONG a6, LONG a7, LONG a8, LONG a9,
- LONG a10, LONG a11, LONG a12, LONG a13) VK_PURE;
+(VK_THIS_ LONG a1, LONG a2, LONG a3, LONG a4, LONG a5, LONG a6, LONG a7, LONG a8, LONG a9, LONG a10,
+ LONG a11, LONG a12, LONG a13) VK_PURE;
 VK_METHOD(OnUnload)(VK_THIS) VK_PURE;
 VK_END
 
 /* The module's store access. Every accessor hands out the store with a reference added. */
 VK_INTERFACE_(IWEZStore, IUnknown)
 VK_BEGIN VK_IUNKNOWN_METHODS(IWEZStore)
-VK_METHOD(GetProfileStore)(VK_THIS_ IWEZProfileStore** store) VK_PURE;
+    VK_METHOD(GetProfileStore)(VK_THIS_ IWEZProfileStore** store) VK_PURE;
 VK_METHOD(GetMobileProfileStore)(VK_THIS_ IMobileProfileStore** store) VK_PURE;
 VK_METHOD(GetItemStore)(VK_THIS_ IWEZItemStore** store) VK_PURE;
 VK_METHOD(GetOptionStore)(VK_THIS_ IOptionStore** store) VK_PURE;
@@ -91,10 +91,19 @@ VK_METHOD(GetRevertDialogStore)(VK_THIS_ IRevertDialogStore** store) VK_PURE;
 VK_METHOD(GetLocalOffMsgStore)(VK_THIS_ ILocalOffMsgStore** store) VK_PURE;
 VK_END
 
+/* What the module holds, for diagnostics (the vaultkit command's status): one row per store
+ * reference, the file it was last opened on (empty when none), and the readiness flags. */
+VK_INTERFACE_(IModuleDiagnostics, IUnknown)
+VK_BEGIN VK_IUNKNOWN_METHODS(IModuleDiagnostics)
+    VK_METHOD(GetStoreCount)(VK_THIS_ LONG* count) VK_PURE;
+VK_METHOD(GetStoreInfo)(VK_THIS_ LONG index, BSTR* name, LONG* present, BSTR* path) VK_PURE;
+VK_METHOD(GetReadiness)(VK_THIS_ LONG* org_struct_ready, LONG* user_list_ready) VK_PURE;
+VK_END
+
 /* A data item of the client: integer and text attributes by name. */
 VK_INTERFACE_(IDataItem, IDispatch)
 VK_BEGIN VK_IUNKNOWN_METHODS(IDataItem) VK_IDISPATCH_METHODS(IDataItem)
-VK_METHOD(GetIntAttr)(VK_THIS_ LPCOLESTR name, LONG* value) VK_PURE;
+    VK_METHOD(GetIntAttr)(VK_THIS_ LPCOLESTR name, LONG* value) VK_PURE;
 VK_METHOD(SetIntAttr)(VK_THIS_ LPCOLESTR name, LONG value) VK_PURE;
 VK_METHOD(GetTextAttr)(VK_THIS_ LPCOLESTR name, BSTR* value) VK_PURE;
 VK_METHOD(SetTextAttr)(VK_THIS_ LPCOLESTR name, LPCOLESTR value) VK_PURE;
@@ -103,7 +112,7 @@ VK_END
 /* A list of data items, indexed from 1. */
 VK_INTERFACE_(IDataList, IDispatch)
 VK_BEGIN VK_IUNKNOWN_METHODS(IDataList) VK_IDISPATCH_METHODS(IDataList)
-VK_METHOD(Item)(VK_THIS_ LONG index, IDataItem** item) VK_PURE;
+    VK_METHOD(Item)(VK_THIS_ LONG index, IDataItem** item) VK_PURE;
 VK_METHOD(get_Count)(VK_THIS_ LONG* count) VK_PURE;
 VK_METHOD(Append)(VK_THIS_ IDataItem* item) VK_PURE;
 VK_METHOD(Remove)(VK_THIS_ LONG index) VK_PURE;
@@ -111,8 +120,7 @@ VK_END
 
 /* The client's root object; also a connection-point source of IClientRootEvents. */
 VK_INTERFACE_(IClientRoot, IUnknown)
-VK_BEGIN VK_IUNKNOWN_METHODS(IClientRoot)
-VK_METHOD(get_Account)(VK_THIS_ BSTR* account) VK_PURE;
+VK_BEGIN VK_IUNKNOWN_METHODS(IClientRoot) VK_METHOD(get_Account)(VK_THIS_ BSTR* account) VK_PURE;
 VK_METHOD(get_Language)(VK_THIS_ LONG* language) VK_PURE;
 VK_METHOD(get_DataFolder)(VK_THIS_ BSTR* folder) VK_PURE;
 VK_METHOD(CreateDataItem)(VK_THIS_ IDataItem** item) VK_PURE;
@@ -122,7 +130,7 @@ VK_END
 /* The site handed to IClientModule::OnLoad. */
 VK_INTERFACE_(IModuleSite, IUnknown)
 VK_BEGIN VK_IUNKNOWN_METHODS(IModuleSite)
-VK_METHOD(get_RootObject)(VK_THIS_ IClientRoot** root) VK_PURE;
+    VK_METHOD(get_RootObject)(VK_THIS_ IClientRoot** root) VK_PURE;
 VK_END
 
 /* The exports of the component library. */
@@ -135,6 +143,7 @@ VK_EXTERN_C_END
 #ifdef __cplusplus
 VK_INTERFACE_ID(IClientModule, IID_IClientModule)
 VK_INTERFACE_ID(IWEZStore, IID_IWEZStore)
+VK_INTERFACE_ID(IModuleDiagnostics, IID_IModuleDiagnostics)
 VK_INTERFACE_ID(IDataItem, IID_IDataItem)
 VK_INTERFACE_ID(IDataList, IID_IDataList)
 VK_INTERFACE_ID(IClientRoot, IID_IClientRoot)

@@ -1,0 +1,53 @@
+#include "module/ClassTable.h"
+
+#include "module/Exports.h"
+#include "module/StoreModule.h"
+#include "org/DeptLeader.h"
+#include "org/KeyDepts.h"
+#include "org/PortalStore.h"
+#include "org/UserGrid.h"
+#include "org/UserList.h"
+#include "settings/OptionStore.h"
+#include "vaultkit/identifiers.h"
+
+namespace vk {
+namespace {
+
+// A class that is not built yet is absent: creating it fails, and the module's load stops
+// there with an assertion report.
+const ClassEntry kClasses[] = {
+    {&CLSID_DeptLeader, "IDeptLeader", "CDeptLeader", &CreateObject<CDeptLeader>},
+    {&CLSID_KeyDepts, "IKeyDepts", "CKeyDepts", &CreateObject<CKeyDepts>},
+    {&CLSID_OptionStore, "IOptionStore", "COptionStore", &CreateObject<COptionStore>},
+    {&CLSID_PortalStore, "IPortalStore", "CPortalStore", &CreateObject<CPortalStore>},
+    {&CLSID_StoreModule, "Vaultkit.StoreModule", "CStoreModule", &CreateObject<CStoreModule>},
+    {&CLSID_UserGrid, "IUserGrid", "CUserGrid", &CreateObject<CUserGrid>},
+    {&CLSID_UserList, "IUserList", "CUserList", &CreateObject<CUserList>},
+};
+
+}  // namespace
+
+std::span<const ClassEntry> ClassTable() {
+  return kClasses;
+}
+
+const ClassEntry* FindClass(REFCLSID clsid) {
+  for (const ClassEntry& entry : kClasses) {
+    if (SameIid(*entry.clsid, clsid)) return &entry;
+  }
+  return nullptr;
+}
+
+HRESULT LocalCreate(REFCLSID clsid, REFIID riid, void** object) {
+  if (object == nullptr) return E_INVALIDARG;
+  *object = nullptr;
+  IClassFactory* factory = nullptr;
+  HRESULT hr = DllGetClassObject(clsid, IID_IClassFactory, reinterpret_cast<void**>(&factory));
+  if (SUCCEEDED(hr) && factory != nullptr) {
+    hr = factory->CreateInstance(nullptr, riid, object);
+    factory->Release();
+  }
+  return hr;
+}
+
+}  // namespace vk

@@ -1,0 +1,64 @@
+#include "org/SearchListReader.h"
+
+#include <sqlite3.h>
+
+#include <system_error>
+#include <thread>
+
+#include "org/UserListSchema.h"
+#include "platform/Files.h"
+#include "platform/Py.h"
+
+namespace vk {
+
+void SearchListReader::Start(std::shared_ptr<UserListShared> shared, std::u16string path) {
+  shared->ReaderStarted();
+  try {
+    std::thread([shared, path = std::move(path)] {
+      Run(*shared, path);
+      shared->ReaderEnded();
+    }).detach();
+  } catch (const std::system_error&) {
+    // No thread could be started: the lists stay as they are until the next reader.
+    shared->ReaderEnded();
+  }
+}
+
+void SearchListReader::Run(UserListShared& shared, const std::u16string& path) {
+  RecursiveLock& db_lock = shared.DbLock();
+  db_lock.Enter();
+  sqlite3* db = nullptr;
+  if (!IsFileExist(path) || sqlite3_open16(path.c_str(), &db) != SQLITE_OK) {
+    if (db != nullptr) sqlite3_close(db);
+    // The DB lock is deliberately not left: every later database operation of the user list
+    // then waits, as the directory defines for a database that vanished under it. The lock
+    // object stays valid because `shared` outlives this thread's use of it.
+    return;
+  }
+  sqlite3_stmt* statement = nullptr;
+  try {
+    sqlite3_prepare16(db, kSelectAllMembersSql, -1, &statement, nullptr);
+    auto lists = std::make_unique<SearchLists>();
+    const CPy speller;
+    while (statement != nullptr && sqlite3_step(statement) == SQLITE_ROW) {
+      auto text = [statement](int column) {
+        const void* value = sqlite3_column_text16(statement, column);
+        return value != nullptr ? std::u16string(static_cast<const char16_t*>(value))
+                                : std::u16string();
+      };
+      std::u16string nick = text(kMemberNick);
+      std::u16string name = text(kMemberName);
+      lists->Add(nick, name, speller);
+    }
+    sqlite3_finalize(statement);
+    statement = nullptr;
+    shared.ReplaceLists(std::move(lists));
+  } catch (...) {
+    // Out of memory while building: keep the current lists.
+    if (statement != nullptr) sqlite3_finalize(statement);
+  }
+  sqlite3_close(db);
+  db_lock.Leave();
+}
+
+}  // namespace vk

@@ -1,0 +1,37 @@
+// Builds a complete user list database from the server's organisation XML on a connection
+// and a file of its own (the live path followed by ".bak"), inside one transaction, and
+// fills a fresh generation of search lists from the same rows.
+#pragma once
+
+#include <libxml/tree.h>
+
+#include <string>
+
+#include "org/SearchLists.h"
+#include "storage/SqlStore.h"
+
+class CPy;
+
+namespace vk {
+
+class UserListImport {
+ public:
+  UserListImport(const SqlStore& schema_owner, const CPy& speller, SearchLists& lists)
+      : schema_owner_(schema_owner), speller_(speller), lists_(lists) {}
+
+  // True when the rebuild file was built. False, with no usable rebuild file left behind,
+  // when the document has no UserList element (or does not parse), or the rebuild file
+  // cannot be removed, opened or written.
+  bool Build(const std::u16string& xml_path, const std::u16string& rebuild_path);
+
+ private:
+  bool Write(xmlNode* root, sqlite3* db);
+  void ImportDepartment(xmlNode* dept, sqlite3* db, sqlite3_stmt* dept_statement);
+  void ImportMember(xmlNode* member, int64_t dept_id, sqlite3_stmt* member_statement);
+
+  const SqlStore& schema_owner_;
+  const CPy& speller_;
+  SearchLists& lists_;
+};
+
+}  // namespace vk

@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# Builds Vaultkit with its tests and benchmarks and runs every test.
+#   scripts/test.sh                       the normal build (build/)
+#   scripts/test.sh --sanitize SANITIZERS  e.g. address,undefined (build-asan/) or
+#                                         thread (build-tsan/, the user list's worker only)
+set -euo pipefail
+cd "$(dirname "$0")/.."
+sanitize=""
+if [ "${1:-}" = "--sanitize" ]; then sanitize=${2:?--sanitize needs a value}; fi
+case "$sanitize" in
+  "") dir=build; filter=() ; extra=() ;;
+  thread) dir=build-tsan; filter=(-R 'UserList|SearchList|Reader'); extra=(-DVK_BUILD_BENCH=OFF) ;;
+  *) dir=build-asan; filter=(); extra=(-DVK_BUILD_BENCH=OFF) ;;
+esac
+# The registry the tests write stays inside the build tree.
+export VAULTKIT_REGISTRY="$PWD/$dir/test-registry"
+BUILD_DIR=$dir ./scripts/build.sh -DVK_SANITIZE="$sanitize" "${extra[@]}"
+export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
+export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+export TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1
+ctest --test-dir "$dir" --output-on-failure -j"$(nproc)" "${filter[@]}"

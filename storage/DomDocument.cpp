@@ -1,0 +1,215 @@
+#include "storage/DomDocument.h"
+
+#include <libxml/encoding.h>
+#include <libxml/parser.h>
+#include <libxml/xmlsave.h>
+
+#include <climits>
+#include <mutex>
+
+#include "platform/ComError.h"
+#include "platform/Files.h"
+#include "platform/Text.h"
+#include "storage/DomDocumentState.h"
+#include "storage/XmlErrorTrap.h"
+
+namespace vk {
+namespace {
+
+void InitLibxml() {
+  static std::once_flag once;
+  std::call_once(once, [] {
+    xmlInitParser();
+    // The client's platform reads and writes a "gb2312" declaration as code page 936
+    // (GBK), so its files may hold GBK characters beyond GB2312; the declaration is still
+    // written as it stands.
+    xmlAddEncodingAlias("GBK", "GB2312");
+  });
+}
+
+std::shared_ptr<DomDocumentState> EmptyState() {
+  xmlDocPtr doc = xmlNewDoc(reinterpret_cast<const xmlChar*>("1.0"));
+  if (doc == nullptr) throw ComError(E_OUTOFMEMORY, u"Cannot create an XML document.");
+  return std::make_shared<DomDocumentState>(doc, std::nullopt);
+}
+
+bool IsWhitespaceOnly(const xmlChar* text) {
+  for (; text != nullptr && *text != 0; ++text) {
+    if (*text != ' ' && *text != '\t' && *text != '\n' && *text != '\r') return false;
+  }
+  return true;
+}
+
+// Drops whitespace-only text nodes (outside xml:space="preserve"), as a DOM that does not
+// preserve white space loads them, so sibling walks meet elements.
+void DropBlankText(xmlNodePtr parent) {
+  bool preserve = xmlNodeGetSpacePreserve(parent) == 1;
+  xmlNodePtr child = parent->children;
+  while (child != nullptr) {
+    xmlNodePtr next = child->next;
+    if (child->type == XML_TEXT_NODE && !preserve && IsWhitespaceOnly(child->content)) {
+      xmlUnlinkNode(child);
+      xmlFreeNode(child);
+    } else if (child->type == XML_ELEMENT_NODE) {
+      DropBlankText(child);
+    }
+    child = next;
+  }
+}
+
+// The encoding named by the XML declaration at the start of well-formed text.
+std::optional<std::string> DeclaredEncoding(std::string_view text) {
+  if (!text.starts_with("<?xml")) return std::nullopt;
+  std::string_view decl = text.substr(0, text.find("?>"));
+  size_t at = decl.find("encoding");
+  if (at == std::string_view::npos) return std::nullopt;
+  size_t pos = decl.find_first_of("\"'", at);
+  if (pos == std::string_view::npos) return std::nullopt;
+  size_t end = decl.find(decl[pos], pos + 1);
+  if (end == std::string_view::npos) return std::nullopt;
+  return std::string(decl.substr(pos + 1, end - pos - 1));
+}
+
+}  // namespace
+
+DomDocument::DomDocument() {
+  InitLibxml();
+  state_ = EmptyState();
+}
+
+DomDocument::~DomDocument() = default;
+
+bool DomDocument::Load(std::u16string_view path) {
+  std::optional<std::string> bytes = ReadWholeFile(path);
+  if (!bytes) {
+    state_ = EmptyState();
+    parse_error_ = u"Cannot read the file " + std::u16string(path) + u".";
+    return false;
+  }
+  return Parse(*bytes, PathToNative(path).c_str(), nullptr, std::nullopt);
+}
+
+bool DomDocument::LoadXml(std::u16string_view text) {
+  if (text.starts_with(u"\uFEFF")) text.remove_prefix(1);
+  std::string utf8 = ToUtf8(text);
+  // libxml2 would switch to the encoding the declaration names and then replace the
+  // document's encoding with the forced one: parse as UTF-8 and keep the declared name.
+  std::optional<std::string> declared = DeclaredEncoding(utf8);
+  return Parse(utf8, nullptr, "UTF-8", declared);
+}
+
+bool DomDocument::Parse(const std::string& bytes, const char* url, const char* forced_encoding,
+                        std::optional<std::string> declared) {
+  parse_error_.clear();
+  if (bytes.size() > static_cast<size_t>(INT_MAX)) {
+    state_ = EmptyState();
+    parse_error_ = u"The document is too large.";
+    return false;
+  }
+  XmlErrorTrap trap;
+  xmlParserCtxtPtr ctxt = xmlNewParserCtxt();
+  if (ctxt == nullptr) throw ComError(E_OUTOFMEMORY, u"Cannot create an XML parser.");
+  // No network access and no entity substitution, so an external entity is never fetched.
+  int options = XML_PARSE_NONET;
+  if (forced_encoding != nullptr) options |= XML_PARSE_IGNORE_ENC;
+  xmlDocPtr doc = xmlCtxtReadMemory(ctxt, bytes.data(), static_cast<int>(bytes.size()), url,
+                                    forced_encoding, options);
+  bool well_formed = doc != nullptr && ctxt->wellFormed != 0;
+  xmlFreeParserCtxt(ctxt);
+  if (!well_formed || xmlDocGetRootElement(doc) == nullptr) {
+    if (doc != nullptr) xmlFreeDoc(doc);
+    state_ = EmptyState();
+    parse_error_ = trap.MessageOr(u"The document is not well-formed.");
+    return false;
+  }
+  DropBlankText(xmlDocGetRootElement(doc));
+  if (forced_encoding != nullptr) {
+    if (doc->encoding != nullptr) xmlFree(const_cast<xmlChar*>(doc->encoding));
+    doc->encoding =
+        declared ? xmlStrdup(reinterpret_cast<const xmlChar*>(declared->c_str())) : nullptr;
+  } else if (doc->encoding != nullptr) {
+    declared = reinterpret_cast<const char*>(doc->encoding);
+  }
+  state_ = std::make_shared<DomDocumentState>(doc, std::move(declared));
+  return true;
+}
+
+std::string DomDocument::Serialize(const char* encoding, bool with_declaration) const {
+  XmlErrorTrap trap;
+  xmlBufferPtr buffer = xmlBufferCreate();
+  if (buffer == nullptr) throw ComError(E_OUTOFMEMORY, u"Cannot create an output buffer.");
+  int options = with_declaration ? 0 : XML_SAVE_NO_DECL;
+  xmlSaveCtxtPtr save = xmlSaveToBuffer(buffer, encoding, options);
+  if (save == nullptr) {
+    xmlBufferFree(buffer);
+    throw ComError(E_FAIL, u"Cannot write the encoding " + FromUtf8(encoding) + u".");
+  }
+  long written = xmlSaveDoc(save, state_->Doc());
+  int closed = xmlSaveClose(save);
+  if (written < 0 || closed < 0 || trap.HasError()) {
+    xmlBufferFree(buffer);
+    throw ComError(E_FAIL, trap.MessageOr(u"Cannot serialise the document."));
+  }
+  std::string bytes(reinterpret_cast<const char*>(xmlBufferContent(buffer)),
+                    static_cast<size_t>(xmlBufferLength(buffer)));
+  xmlBufferFree(buffer);
+  return bytes;
+}
+
+std::string DomDocument::SaveToBytes() const {
+  const std::optional<std::string>& encoding = state_->DeclaredEncoding();
+  return Serialize(encoding ? encoding->c_str() : "UTF-8", true);
+}
+
+void DomDocument::Save(std::u16string_view path) const {
+  std::string bytes = SaveToBytes();
+  if (!WriteFileAtomically(path, bytes)) {
+    throw ComError(E_FAIL, u"Cannot write the file " + std::u16string(path) + u".");
+  }
+}
+
+std::u16string DomDocument::Xml() const {
+  // The text is Unicode, but its declaration names the encoding the file is saved in, as
+  // the document was read.
+  xmlDocPtr doc = state_->Doc();
+  std::string text = "<?xml version=\"";
+  text += doc->version != nullptr ? reinterpret_cast<const char*>(doc->version) : "1.0";
+  text += "\"";
+  if (state_->DeclaredEncoding()) text += " encoding=\"" + *state_->DeclaredEncoding() + "\"";
+  if (doc->standalone == 1) text += " standalone=\"yes\"";
+  if (doc->standalone == 0) text += " standalone=\"no\"";
+  text += "?>\n";
+  return FromUtf8(text + Serialize("UTF-8", false));
+}
+
+DomNode DomDocument::DocumentElement() const {
+  return DomNode(state_, xmlDocGetRootElement(state_->Doc()));
+}
+
+DomNode DomDocument::ContextNode() const {
+  xmlNodePtr root = xmlDocGetRootElement(state_->Doc());
+  return DomNode(state_, root != nullptr ? root : reinterpret_cast<xmlNodePtr>(state_->Doc()));
+}
+
+DomNode DomDocument::SelectSingleNode(std::u16string_view xpath) const {
+  return ContextNode().SelectSingleNode(xpath);
+}
+
+DomNodeList DomDocument::SelectNodes(std::u16string_view xpath) const {
+  return ContextNode().SelectNodes(xpath);
+}
+
+DomNode DomDocument::CreateElement(std::u16string_view name) {
+  std::string utf8 = ToUtf8(name);
+  if (utf8.empty() || xmlValidateName(reinterpret_cast<const xmlChar*>(utf8.c_str()), 0) != 0 ||
+      utf8.find('\0') != std::string::npos) {
+    throw ComError(E_INVALIDARG, u"'" + std::u16string(name) + u"' is not a valid element name.");
+  }
+  xmlNodePtr node = xmlNewDocNode(state_->Doc(), nullptr,
+                                  reinterpret_cast<const xmlChar*>(utf8.c_str()), nullptr);
+  if (node == nullptr) throw ComError(E_OUTOFMEMORY, u"Cannot create an element.");
+  state_->TrackDetached(node);
+  return DomNode(state_, node);
+}
+
+}  // namespace vk

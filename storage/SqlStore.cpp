@@ -1,0 +1,73 @@
+#include "storage/SqlStore.h"
+
+#include "platform/Log.h"
+#include "platform/Text.h"
+
+namespace vk {
+
+SqlStore::SqlStore(SqlSchema schema)
+    : schema_(std::move(schema)), statements_(schema_.statements.size(), nullptr) {}
+
+SqlStore::~SqlStore() {
+  CloseDb();
+}
+
+void SqlStore::OpenDb() {
+  if (db_ != nullptr) return;
+  sqlite3* db = nullptr;
+  if (sqlite3_open16(path_.c_str(), &db) != SQLITE_OK) {
+    // The engine may hand back a handle even when opening failed; it must still be closed.
+    if (db != nullptr) sqlite3_close(db);
+    return;
+  }
+  db_ = db;
+  CreateSchema(db_);
+  for (size_t i = 0; i < schema_.statements.size(); ++i) {
+    sqlite3_stmt* statement = nullptr;
+    if (sqlite3_prepare16(db_, schema_.statements[i], -1, &statement, nullptr) != SQLITE_OK) {
+      statement = nullptr;  // left null: operations on it fail at their first bind
+    }
+    statements_[i] = statement;
+  }
+}
+
+void SqlStore::CloseDb() {
+  for (sqlite3_stmt*& statement : statements_) {
+    if (statement != nullptr) {
+      sqlite3_finalize(statement);
+      statement = nullptr;
+    }
+  }
+  if (db_ != nullptr) {
+    sqlite3_close(db_);
+    db_ = nullptr;
+  }
+}
+
+void SqlStore::CreateSchema(sqlite3* db) const {
+  std::u16string error;
+  if (Exec(db, schema_.begin, &error) != SQLITE_OK && schema_.report_begin_error &&
+      !error.empty()) {
+    OutputDebugStringW(error.c_str());
+  }
+  // Every statement is "IF NOT EXISTS", so running the script again changes nothing; their
+  // results are not needed.
+  for (const char* sql : schema_.script) Exec(db, sql);
+  Exec(db, "COMMIT");
+}
+
+int SqlStore::Exec(sqlite3* db, const char* sql, std::u16string* error) {
+  char* message = nullptr;
+  const int rc = sqlite3_exec(db, sql, nullptr, nullptr, &message);
+  if (message != nullptr) {
+    if (error != nullptr) *error = FromUtf8(message);
+    sqlite3_free(message);
+  }
+  return rc;
+}
+
+sqlite3_stmt* SqlStore::Statement(size_t index) const {
+  return index < statements_.size() ? statements_[index] : nullptr;
+}
+
+}  // namespace vk

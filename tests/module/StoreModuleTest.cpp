@@ -1,0 +1,262 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "module/ClassTable.h"
+#include "tests/module/ModuleFixture.h"
+
+namespace vk::test {
+namespace {
+
+const std::string kOptionFileBytes("\xFF\xFE", 2);
+
+// The stores in the order the load creates them, each with whether the module holds it.
+std::vector<std::pair<const char*, bool>> CreationOrder(IWEZStore* s) {
+  auto held = [](auto* p) {
+    bool present = p != nullptr;
+    if (p != nullptr) p->Release();
+    return present;
+  };
+  auto group = [&](LONG kind) {
+    IWEZGroupStore* g = nullptr;
+    s->GetGroupStore(&g, kind);
+    return held(g);
+  };
+  IUserList* ul = nullptr;
+  IUserGrid* grid = nullptr;
+  IKeyDepts* kd = nullptr;
+  IDeptLeader* dl = nullptr;
+  IPortalStore* portal = nullptr;
+  IOptionStore* user = nullptr;
+  IWEZItemStore* items = nullptr;
+  IWEZProfileProStore* pro = nullptr;
+  IRevertDialogStore* revert = nullptr;
+  ILocalOffMsgStore* offline = nullptr;
+  s->GetUserList(&ul);
+  s->GetUserGrid(&grid);
+  s->GetKeyDeptsStore(&kd);
+  s->GetDeptLeader(&dl);
+  s->GetPortalStore(&portal);
+  s->GetUserOptionStore(&user);
+  s->GetItemStore(&items);
+  s->GetProfileProStore(&pro);
+  s->GetRevertDialogStore(&revert);
+  s->GetLocalOffMsgStore(&offline);
+  return {{"user list", held(ul)},       {"user grid", held(grid)},
+          {"key departments", held(kd)}, {"leaders", held(dl)},
+          {"portal", held(portal)},      {"group 1", group(1)},
+          {"group 5", group(5)},         {"group 6", group(6)},
+          {"group 3", group(3)},         {"group 2", group(2)},
+          {"user options", held(user)},  {"group 4", group(4)},
+          {"items", held(items)},        {"buddy profiles", held(pro)},
+          {"dialogs", held(revert)},     {"offline messages", held(offline)}};
+}
+
+TEST_F(ModuleTest, LoadOnAFreshRootCreatesTheFoldersAndStopsAtTheFirstMissingClass) {
+  HRESULT hr = module->OnLoad(static_cast<IModuleSite*>(site));
+  EXPECT_TRUE(data.ReadBytes("Accounts/wez.cfg").has_value());
+  EXPECT_EQ(*data.ReadBytes("Accounts/wez.cfg"), kOptionFileBytes);
+  EXPECT_TRUE(module->SinkConnected());
+  EXPECT_EQ(root->Events().SinkCount(), 1u);
+
+  // Every store up to the first missing class exists, none after it.
+  auto order = CreationOrder(module);
+  auto first_missing = std::find_if(order.begin(), order.end(), [](auto& e) { return !e.second; });
+  for (auto it = order.begin(); it != first_missing; ++it) EXPECT_TRUE(it->second) << it->first;
+  for (auto it = first_missing; it != order.end(); ++it) EXPECT_FALSE(it->second) << it->first;
+  if (first_missing != order.end()) {
+    EXPECT_EQ(hr, E_FAIL);
+    EXPECT_GE(Assertions(), 1u);
+    EXPECT_FALSE(data.ReadBytes("Accounts/0/Group.dat").has_value());
+  } else {
+    EXPECT_EQ(hr, S_OK);
+    EXPECT_EQ(module->Path(CStoreModule::kGroup), data.Path() + u"Accounts/0/Group.dat");
+  }
+  IOptionStore* global = nullptr;
+  ASSERT_EQ(module->GetOptionStore(&global), S_OK);
+  ASSERT_NE(global, nullptr);
+  EXPECT_EQ(global->SetInt(u"k", 5), S_OK);
+  global->Release();
+}
+
+TEST_F(ModuleTest, ExistingOptionFilesAreNeverRewritten) {
+  std::filesystem::create_directories(data.NativeFile("Accounts/alice"));
+  data.WriteBytes("Accounts/wez.cfg", std::string("\xFF\xFE[\0D\0]\0", 8));
+  data.WriteBytes("Accounts/alice/User.cfg", "ansi text");
+  root->SetAccount(u"alice");
+  module->OnLoad(static_cast<IModuleSite*>(site));
+  module->OnAccountChange();
+  EXPECT_EQ(*data.ReadBytes("Accounts/wez.cfg"), std::string("\xFF\xFE[\0D\0]\0", 8));
+  EXPECT_EQ(*data.ReadBytes("Accounts/alice/User.cfg"), "ansi text");
+}
+
+TEST_F(ModuleTest, AccountChangeCreatesTheFolderAndUserCfgAndBuildsEveryPath) {
+  module->OnLoad(static_cast<IModuleSite*>(site));
+  root->SetAccount(u"Alice.Smith");
+  log.Clear();
+  EXPECT_EQ(module->OnAccountChange(), S_OK);
+  EXPECT_EQ(*data.ReadBytes("Accounts/Alice.Smith/User.cfg"), kOptionFileBytes);
+  std::u16string folder = data.Path() + u"Accounts/Alice.Smith/";
+  EXPECT_EQ(module->Path(CStoreModule::kUserList5), folder + u"userList5.dat");
+  EXPECT_EQ(module->Path(CStoreModule::kEPortal), folder + u"PortalIcon/EPortal.xml");
+  EXPECT_EQ(module->Path(CStoreModule::kRevertDialog), folder + u"RevertDialog.xml");
+  EXPECT_EQ(module->Path(CStoreModule::kWEZProfilePro), folder + u"WEZProfilePro.dat");
+  EXPECT_GE(LoginLines(), 1u);
+  // A store that is not built yet ends the sequence as a failed step, with its report;
+  // the second login line belongs only to a sequence that ran to its end.
+  auto order = CreationOrder(module);
+  bool all_present = std::all_of(order.begin(), order.end(), [](auto& e) { return e.second; });
+  if (!all_present) {
+    EXPECT_GE(Assertions(), 1u);
+    EXPECT_EQ(LoginLines(), 1u);
+  }
+}
+
+TEST_F(ModuleTest, AccountNamesThatLeaveTheAccountsFolderAreRefused) {
+  module->OnLoad(static_cast<IModuleSite*>(site));
+  for (const char16_t* bad : {u"", u".", u"..", u"../evil", u"a/b", u"a\\b"}) {
+    root->SetAccount(bad);
+    log.Clear();
+    EXPECT_EQ(module->OnAccountChange(), S_OK);
+    EXPECT_EQ(Assertions(), 1u);
+    EXPECT_TRUE(module->Path(CStoreModule::kUserCfg).empty());
+  }
+  EXPECT_FALSE(data.ReadBytes("evil/User.cfg").has_value());
+  EXPECT_FALSE(data.ReadBytes("Accounts/a/b/User.cfg").has_value());
+}
+
+TEST_F(ModuleTest, MissingSiteOrRootFailsWithoutCreatingAnything) {
+  EXPECT_EQ(module->OnLoad(nullptr), E_POINTER);
+  struct NotASite : ComObject<IDataItem> {
+    HRESULT GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+    HRESULT GetTypeInfo(UINT, LCID, void**) override { return E_NOTIMPL; }
+    HRESULT GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
+    HRESULT Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) override {
+      return E_NOTIMPL;
+    }
+    HRESULT GetIntAttr(LPCOLESTR, LONG*) override { return E_NOTIMPL; }
+    HRESULT SetIntAttr(LPCOLESTR, LONG) override { return E_NOTIMPL; }
+    HRESULT GetTextAttr(LPCOLESTR, BSTR*) override { return E_NOTIMPL; }
+    HRESULT SetTextAttr(LPCOLESTR, LPCOLESTR) override { return E_NOTIMPL; }
+  };
+  auto* not_site = new NotASite();
+  EXPECT_EQ(module->OnLoad(static_cast<IDataItem*>(not_site)), E_NOINTERFACE);
+  not_site->Release();
+  EXPECT_FALSE(data.ReadBytes("Accounts/wez.cfg").has_value());
+  IUserList* ul = reinterpret_cast<IUserList*>(0x1);
+  EXPECT_EQ(module->GetUserList(&ul), E_FAIL);
+
+  // Before any load the root is unknown: one login line, then an error out of the call.
+  EXPECT_TRUE(FAILED(module->OnAccountChange()));
+  EXPECT_EQ(LoginLines(), 1u);
+  EXPECT_FALSE(std::filesystem::exists(data.NativeFile("Accounts")));
+  IModuleSite* kept = nullptr;
+  EXPECT_EQ(module->get_Site(&kept), E_FAIL);
+}
+
+TEST_F(ModuleTest, RefusedConnectionFailsTheLoad) {
+  root->Events().RefuseAdvise(true);
+  log.Clear();
+  EXPECT_EQ(module->OnLoad(static_cast<IModuleSite*>(site)), E_FAIL);
+  EXPECT_FALSE(module->SinkConnected());
+  EXPECT_TRUE(log.HasDebugLineContaining("exception (const char*): Error"));
+  EXPECT_GE(Assertions(), 1u);
+}
+
+TEST_F(ModuleTest, NullOutPointersAndGroupKindsOutOfRange) {
+  log.Clear();
+  EXPECT_EQ(module->get_Identifier(nullptr), E_INVALIDARG);
+  EXPECT_EQ(module->get_Name(nullptr), E_INVALIDARG);
+  EXPECT_EQ(module->GetUserList(nullptr), E_INVALIDARG);
+  EXPECT_EQ(module->GetGroupStore(nullptr, 1), E_INVALIDARG);
+  EXPECT_EQ(Assertions(), 4u);
+  EXPECT_EQ(module->get_Site(nullptr), E_INVALIDARG);
+  EXPECT_EQ(Assertions(), 4u);  // get_Site reports nothing
+
+  IWEZGroupStore* untouched = reinterpret_cast<IWEZGroupStore*>(0x1234);
+  EXPECT_EQ(module->GetGroupStore(&untouched, 0), S_OK);
+  EXPECT_EQ(module->GetGroupStore(&untouched, 7), S_OK);
+  EXPECT_EQ(untouched, reinterpret_cast<IWEZGroupStore*>(0x1234));
+
+  // The profile store's accessor answers S_OK with a null store, after a report.
+  IWEZProfileStore* profile = reinterpret_cast<IWEZProfileStore*>(0x1);
+  log.Clear();
+  EXPECT_EQ(module->GetProfileStore(&profile), S_OK);
+  EXPECT_EQ(profile, nullptr);
+  EXPECT_EQ(Assertions(), 1u);
+
+  BSTR id = nullptr;
+  EXPECT_EQ(module->get_Identifier(&id), S_OK);
+  EXPECT_EQ(std::u16string(id), u"Norvane.WEZ.Store");
+  SysFreeString(id);
+  BSTR name = nullptr;
+  EXPECT_EQ(module->get_Name(&name), S_OK);
+  EXPECT_GT(SysStringLen(name), 0u);
+  SysFreeString(name);
+}
+
+TEST_F(ModuleTest, ReadinessFlagsLogTheirTextsAndThePresenceEventClearsThem) {
+  module->OnLoad(static_cast<IModuleSite*>(site));
+  log.Clear();
+  module->NotifyOrgStructStatus(1);
+  module->NotifyUserListStatus(1);
+  auto records = log.Records();
+  ASSERT_EQ(records.size(), 2u);
+  EXPECT_EQ(records[0].text, u"组织架构更新完毕");
+  EXPECT_EQ(records[1].text, u"用户列表更新完毕");
+  for (const auto& r : records) {
+    EXPECT_EQ(r.level, u"important");
+    EXPECT_EQ(r.source, u"XWEZStore");
+    EXPECT_EQ(r.function, u"NotifyOrgStructStatus");
+  }
+  EXPECT_EQ(module->OrgStructReady(), 1);
+  root->FireMyPresenceChange(3, 1);
+  EXPECT_EQ(module->UserListReady(), 1);
+  root->FireMyPresenceChange(3, 0);
+  EXPECT_EQ(module->OrgStructReady(), 0);
+  EXPECT_EQ(module->UserListReady(), 0);
+}
+
+TEST_F(ModuleTest, LoadingTwiceConnectsOnceAndUnloadDisconnects) {
+  module->OnLoad(static_cast<IModuleSite*>(site));
+  module->OnLoad(static_cast<IModuleSite*>(site));
+  EXPECT_EQ(root->Events().SinkCount(), 1u);
+  EXPECT_EQ(module->OnUnload(), S_OK);
+  EXPECT_EQ(root->Events().SinkCount(), 0u);
+  EXPECT_FALSE(module->SinkConnected());
+  // After unload the presence handler no longer runs.
+  module->NotifyOrgStructStatus(1);
+  root->FireMyPresenceChange(0, 0);
+  EXPECT_EQ(module->OrgStructReady(), 1);
+}
+
+TEST_F(ModuleTest, LastModuleConstructedIsTheProcessWideInstance) {
+  EXPECT_EQ(CStoreModule::Instance(), module);
+  auto* second = new CStoreModule();
+  EXPECT_EQ(CStoreModule::Instance(), second);
+  second->Release();
+  EXPECT_EQ(CStoreModule::Instance(), second);  // never cleared
+}
+
+TEST(LocalCreation, NullOutPointerAndUnknownClass) {
+  EXPECT_EQ(LocalCreate(CLSID_StoreModule, IID_IClientModule, nullptr), E_INVALIDARG);
+  void* object = reinterpret_cast<void*>(0x1);
+  EXPECT_EQ(LocalCreate(IID_IUnknown, IID_IUnknown, &object), CLASS_E_CLASSNOTAVAILABLE);
+  EXPECT_EQ(object, nullptr);
+  ASSERT_EQ(LocalCreate(CLSID_StoreModule, IID_IWEZStore, &object), S_OK);
+  auto* stores = static_cast<IWEZStore*>(object);
+  IClientModule* module = nullptr;
+  EXPECT_EQ(stores->QueryInterface(IID_IClientModule, reinterpret_cast<void**>(&module)), S_OK);
+  IDispatch* automation = nullptr;
+  EXPECT_EQ(stores->QueryInterface(IID_IDispatch, reinterpret_cast<void**>(&automation)), S_OK);
+  DISPID id = 0;
+  LPOLESTR name = const_cast<LPOLESTR>(u"Anything");
+  EXPECT_EQ(automation->GetIDsOfNames(IID_NULL, &name, 1, 0, &id), DISP_E_UNKNOWNNAME);
+  automation->Release();
+  module->Release();
+  EXPECT_EQ(stores->Release(), 0u);
+}
+
+}  // namespace
+}  // namespace vk::test

@@ -1,0 +1,69 @@
+/* A client in plain C: loads libvaultkit.so with dlopen, creates the module through
+ * DllGetClassObject and calls it through its vtable. */
+#include <dlfcn.h>
+#include <stdio.h>
+#include <string.h>
+
+#include "vaultkit/vaultkit.h"
+
+static int failures = 0, passes = 0;
+
+static void check(int ok, const char* what) {
+  if (ok) {
+    ++passes;
+  } else {
+    ++failures;
+    fprintf(stderr, "FAILED: %s\n", what);
+  }
+}
+
+static int equals_ascii(BSTR text, const char* expected) {
+  size_t n = strlen(expected);
+  if (text == NULL || SysStringLen(text) != n) return 0;
+  for (size_t i = 0; i < n; ++i) {
+    if (text[i] != (OLECHAR)expected[i]) return 0;
+  }
+  return 1;
+}
+
+int main(int argc, char** argv) {
+  if (argc != 2) return 2;
+  void* library = dlopen(argv[1], RTLD_NOW | RTLD_LOCAL);
+  check(library != NULL, "dlopen");
+  if (library == NULL) return 1;
+  PFN_DllGetClassObject get_class = (PFN_DllGetClassObject)dlsym(library, "DllGetClassObject");
+  PFN_DllCanUnloadNow can_unload = (PFN_DllCanUnloadNow)dlsym(library, "DllCanUnloadNow");
+  check(get_class != NULL && can_unload != NULL, "exports found");
+  if (get_class == NULL || can_unload == NULL) return 1;
+
+  IClassFactory* factory = NULL;
+  check(get_class(&CLSID_StoreModule, &IID_IClassFactory, (void**)&factory) == S_OK,
+        "DllGetClassObject");
+  IClientModule* module = NULL;
+  check(factory->lpVtbl->CreateInstance(factory, NULL, &IID_IClientModule, (void**)&module) == S_OK,
+        "CreateInstance");
+  factory->lpVtbl->Release(factory);
+  check(can_unload() == S_FALSE, "library stays loaded while the module lives");
+
+  BSTR identifier = NULL;
+  check(module->lpVtbl->get_Identifier(module, &identifier) == S_OK, "get_Identifier");
+  check(equals_ascii(identifier, "Norvane.WEZ.Store"), "identifier text");
+  SysFreeString(identifier);
+  check(module->lpVtbl->get_Identifier(module, NULL) == E_INVALIDARG, "null out pointer");
+
+  /* A null site cannot give the root: the load fails with a status, nothing crashes. */
+  check(FAILED(module->lpVtbl->OnLoad(module, NULL)), "OnLoad without a site fails");
+
+  IWEZStore* stores = NULL;
+  check(module->lpVtbl->QueryInterface(module, &IID_IWEZStore, (void**)&stores) == S_OK,
+        "QueryInterface IWEZStore");
+  IWEZGroupStore* group = (IWEZGroupStore*)0x1;
+  check(stores->lpVtbl->GetGroupStore(stores, &group, 7) == S_OK && group == (void*)0x1,
+        "GetGroupStore kind 7 leaves the pointer");
+  stores->lpVtbl->Release(stores);
+
+  check(module->lpVtbl->Release(module) == 0, "last release");
+  check(can_unload() == S_OK, "library may unload once the module is gone");
+  printf("%d passed, %d failed\n", passes, failures);
+  return failures == 0 ? 0 : 1;
+}

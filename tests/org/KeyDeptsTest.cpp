@@ -1,0 +1,178 @@
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+#include "org/KeyDepts.h"
+#include "storage/FileCreationTime.h"
+#include "tests/org/ComPtr.h"
+#include "tests/org/FixedUnixClock.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/TempDataRoot.h"
+
+namespace vk::test {
+namespace {
+
+const std::string kHeader = "<?xml version=\"1.0\" encoding=\"gb2312\"?>\n";
+constexpr int64_t kNow = 1'800'000'000;
+constexpr int64_t kDay = 86400;
+
+class KeyDeptsTest : public testing::Test {
+ protected:
+  void SetUp() override { Reopen(); }
+  void Reopen() {
+    store_ = MakeStore<CKeyDepts>();
+    ASSERT_EQ(store_->Initialize(Path().c_str(), nullptr), S_OK);
+  }
+  std::u16string Path() const { return root_.File(u"KeyDepts.xml"); }
+  std::string File() const { return root_.ReadBytes("KeyDepts.xml").value_or("<missing>"); }
+  void Set(const char16_t* nick, std::vector<ULONG> ids) {
+    LONG count = static_cast<LONG>(ids.size());
+    ids.push_back(0);  // a valid pointer for an empty list
+    ASSERT_EQ(store_->SetKeyDepts(nick, ids.data(), &count), S_OK);
+  }
+  // Reads with the given capacity into an array pre-filled with a marker.
+  std::vector<ULONG> Get(const char16_t* nick, LONG capacity, LONG* count_out = nullptr) {
+    std::vector<ULONG> ids(static_cast<size_t>(capacity) + 4, 0xEEEEEEEEu);
+    LONG count = capacity;
+    EXPECT_EQ(store_->GetKeyDepts(nick, ids.data(), &count), S_OK);
+    if (count_out != nullptr) *count_out = count;
+    return ids;
+  }
+
+  TempDataRoot root_;
+  FixedUnixClock clock_{kNow};
+  ComPtr<CKeyDepts> store_;
+};
+
+TEST_F(KeyDeptsTest, ListsAreKeptPerLowerCaseNickname) {
+  LONG count = -1;
+  std::vector<ULONG> ids = Get(u"nobody", 3, &count);
+  EXPECT_EQ(count, 0);
+  EXPECT_EQ(ids, (std::vector<ULONG>{0, 0, 0, 0xEEEEEEEE, 0xEEEEEEEE, 0xEEEEEEEE, 0xEEEEEEEE}));
+
+  Set(u"MiXed", {10, 20, 3000000000u});
+  ids = Get(u"MIXED", 2, &count);  // capacity 2 of 3
+  EXPECT_EQ(count, 2);
+  EXPECT_EQ(ids[0], 10u);
+  EXPECT_EQ(ids[1], 20u);
+  EXPECT_EQ(ids[2], 0xEEEEEEEEu);
+  ids = Get(u"mixed", 5, &count);
+  EXPECT_EQ(count, 3);
+  EXPECT_EQ((std::vector<ULONG>(ids.begin(), ids.begin() + 6)),
+            (std::vector<ULONG>{10, 20, 3000000000u, 0, 0, 0xEEEEEEEE}));
+
+  Set(u"mixed", {7});  // replaces the whole list
+  Set(u"Empty", {});
+  EXPECT_EQ(store_->Close(), S_OK);
+  EXPECT_EQ(File(), kHeader +
+                        "<KeyDepts ProVer=\"0\"><User Nick=\"mixed\"><KeyDept DeptID=\"7\"/></User>"
+                        "<User Nick=\"empty\"/></KeyDepts>\n");
+  Reopen();
+  Get(u"MIXED", 4, &count);
+  EXPECT_EQ(count, 1);
+  Get(u"empty", 4, &count);
+  EXPECT_EQ(count, 0);
+}
+
+TEST_F(KeyDeptsTest, CapacityIsTestedAfterEachStore) {
+  Set(u"a", {5, 6});
+  LONG count = 0;
+  std::vector<ULONG> ids = Get(u"a", 0, &count);
+  EXPECT_EQ(count, 1);
+  EXPECT_EQ(ids[0], 5u);
+  EXPECT_EQ(ids[1], 0xEEEEEEEEu);
+}
+
+TEST_F(KeyDeptsTest, WalkEndsAtTheFirstChildThatIsNotAnElement) {
+  root_.WriteBytes("KeyDepts.xml",
+                   kHeader +
+                       "<KeyDepts ProVer=\"4\"><User Nick=\"a\"><Other DeptID=\"1\"/>"
+                       "<KeyDept/><!--x--><KeyDept DeptID=\"3\"/></User></KeyDepts>\n");
+  Reopen();
+  LONG count = 0;
+  std::vector<ULONG> ids = Get(u"a", 4, &count);
+  EXPECT_EQ(count, 2);  // tag names are not checked; a missing DeptID reads 0
+  EXPECT_EQ(ids[0], 1u);
+  EXPECT_EQ(ids[1], 0u);
+  // Replacing removes leading elements only, up to the comment.
+  Set(u"a", {9});
+  EXPECT_EQ(store_->Close(), S_OK);
+  EXPECT_NE(File().find("<User Nick=\"a\"><!--x--><KeyDept DeptID=\"3\"/><KeyDept DeptID=\"9\"/>"),
+            std::string::npos);
+}
+
+TEST_F(KeyDeptsTest, BadArgumentsAndClosedStoreFailQuietly) {
+  LogCapture log;
+  ULONG ids[2] = {1, 2};
+  LONG count = 2;
+  EXPECT_EQ(store_->GetKeyDepts(u"a", nullptr, &count), E_FAIL);
+  EXPECT_EQ(store_->GetKeyDepts(u"a", ids, nullptr), E_FAIL);
+  EXPECT_EQ(store_->SetKeyDepts(u"a", nullptr, &count), E_FAIL);
+  EXPECT_EQ(store_->SetKeyDepts(u"a", ids, nullptr), E_FAIL);
+  EXPECT_EQ(store_->SetKeyDepts(u"quote\"", ids, &count), E_FAIL);
+  ComPtr<CKeyDepts> fresh = MakeStore<CKeyDepts>();
+  EXPECT_EQ(fresh->GetKeyDepts(u"a", ids, &count), E_FAIL);
+  EXPECT_EQ(fresh->SetKeyDepts(u"a", ids, &count), E_FAIL);
+  EXPECT_EQ(fresh->ResetIfExpired(), E_FAIL);
+  EXPECT_TRUE(log.Records().empty());
+}
+
+TEST_F(KeyDeptsTest, ResetIfExpiredEmptiesTheCacheAfterThirtyDays) {
+  Set(u"a", {1, 2});
+  ASSERT_EQ(store_->SetVersion(8), S_OK);
+  ASSERT_EQ(store_->Close(), S_OK);
+  // The file was created by Initialize, at the pinned "now".
+  EXPECT_EQ(GetFileCreationTime(Path()), kNow);
+
+  for (int64_t age : {29 * kDay, 30 * kDay}) {
+    ASSERT_TRUE(SetFileCreationTime(Path(), kNow - age));
+    EXPECT_EQ(store_->ResetIfExpired(), S_FALSE);
+    LONG count = 0;
+    Get(u"a", 4, &count);
+    EXPECT_EQ(count, 2) << age;
+    EXPECT_EQ(GetFileCreationTime(Path()), kNow - age);
+  }
+
+  ASSERT_TRUE(SetFileCreationTime(Path(), kNow - 31 * kDay));
+  EXPECT_EQ(store_->ResetIfExpired(), S_FALSE);
+  LONG count = 0;
+  Get(u"a", 4, &count);
+  EXPECT_EQ(count, 0);
+  LONG version = -1;
+  EXPECT_EQ(store_->GetVersion(&version), S_OK);
+  EXPECT_EQ(version, 0);
+  EXPECT_EQ(GetFileCreationTime(Path()), kNow);  // the next period starts now
+  store_.reset();                                // destruction writes the emptied document
+  EXPECT_EQ(File(), kHeader + "<KeyDepts ProVer=\"0\"/>\n");
+  EXPECT_EQ(GetFileCreationTime(Path()), kNow);  // the save kept the creation time
+}
+
+TEST_F(KeyDeptsTest, ResetIfExpiredFailsWhenTheFileIsGone) {
+  ASSERT_EQ(std::remove(root_.NativeFile("KeyDepts.xml").c_str()), 0);
+  EXPECT_EQ(store_->ResetIfExpired(), E_FAIL);
+}
+
+TEST_F(KeyDeptsTest, ListOperationsFromTwoThreadsStayConsistent) {
+  auto worker = [this](const char16_t* nick, ULONG base) {
+    for (ULONG round = 0; round < 200; ++round) {
+      ULONG ids[3] = {base + round, base + round + 1, base + round + 2};
+      LONG count = 3;
+      EXPECT_EQ(store_->SetKeyDepts(nick, ids, &count), S_OK);
+      ULONG read[3] = {};
+      count = 3;
+      EXPECT_EQ(store_->GetKeyDepts(nick, read, &count), S_OK);
+      EXPECT_EQ(count, 3);
+      EXPECT_EQ(read[2], read[0] + 2);
+    }
+  };
+  std::thread first(worker, u"one", 1000);
+  std::thread second(worker, u"two", 5000);
+  first.join();
+  second.join();
+  EXPECT_EQ(Get(u"one", 3)[0], 1199u);
+  EXPECT_EQ(Get(u"two", 3)[0], 5199u);
+}
+
+}  // namespace
+}  // namespace vk::test

@@ -1,0 +1,234 @@
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "platform/Text.h"
+#include "tests/org/UserListFixture.h"
+
+namespace vk::test {
+namespace {
+
+class UserListImportTest : public UserListFixture {
+ protected:
+  std::u16string WriteXml(const std::string& name, const std::string& bytes) {
+    root_.WriteBytes(name, bytes);
+    return root_.File(FromUtf8(name));
+  }
+  HRESULT Import(const std::string& bytes) {
+    const std::u16string file = WriteXml("org.xml", bytes);
+    return list_->LoadDataFromXml(file.c_str());
+  }
+  std::u16string Rebuild() const { return path_ + u".bak"; }
+};
+
+constexpr char kEmptyForm[] =
+    "<?xml version=\"1.0\" encoding=\"gb2312\"?><UserList ProVer=\"1\" DeptVer=\"0\"/>";
+
+TEST_F(UserListImportTest, EmptyFormGivesTheThreeGlobalRowsAndNothingElse) {
+  Add(1, u"old", 1);
+  list_->SetDeptVersion(1, 1);
+  ASSERT_EQ(Import(kEmptyForm), S_OK);
+  EXPECT_EQ(Query(Rebuild(), "SELECT id, value FROM global ORDER BY id"), "1|1;2|1;3|0;");
+  EXPECT_EQ(DeptCount(), 0);  // the swap put the rebuilt file online
+  EXPECT_EQ(Query("SELECT COUNT(*) FROM member"), "0;");
+  ULONG value = 9;
+  EXPECT_EQ(list_->GetProVer(&value), S_OK);
+  EXPECT_EQ(value, 1u);
+  EXPECT_EQ(list_->GetDeptVer(&value), S_OK);
+  EXPECT_EQ(value, 0u);
+  EXPECT_EQ(DebugLinesWith("[Userlist] CUserList::LoadDataFromXml load userlist from file "), 1u);
+  EXPECT_EQ(DebugLinesWith("[Userlist] CUserList::LoadDataFromXml finish loading userlist"), 1u);
+  EXPECT_EQ(DebugLinesWith("[Userlist] CUserList::LoadXmlToDb remove existing db file "), 1u);
+  EXPECT_EQ(DebugLinesWith("[Userlist] CUserList::LoadXmlToDb put tempUserlist online"), 1u);
+}
+
+TEST_F(UserListImportTest, RowsOfDepartmentsAndMembersAsTheFileHasThem) {
+  ASSERT_EQ(
+      Import("<?xml version=\"1.0\"?>\n"
+             "<UserList ProVer=\"7\" DeptVer=\"8\">\n"
+             "  <Dept id=\"1\" Ver=\"5\">\n"
+             "    <USER NICK=\"ZhangSan\" NAME=\"张三\" UIN=\"11\" GENDER=\"1\"/>\n"
+             "    <!-- a comment -->\n"
+             "    text between members\n"
+             "    <Item NICK=\"li\" NAME=\"Li SI\" UIN=\"12\" GENDER=\"2\"/>\n"
+             "    <USER NICK=\"li\" NAME=\"Li Si\" UIN=\"12\" GENDER=\"2\"/>\n"
+             "    <USER NICK=\"noname\" UIN=\"13\"/>\n"
+             "    <USER NICK=\"nouin\"/>\n"
+             "  </Dept>\n"
+             "  <Dept id=\"2\" Ver=\"6\"><x NICK=\"ZhangSan\" NAME=\"张三\" UIN=\"11\"/></Dept>\n"
+             "  <Group><Dept id=\"3\" Ver=\"1\"><USER NICK=\"deep\" UIN=\"14\"/></Dept></Group>\n"
+             "  <Dept id=\"abc\" Ver=\"x9\"/>\n"
+             "  <Dept/>\n"
+             "</UserList>"),
+      S_OK);
+  // Searches use the imported lists at once, before any database operation.
+  EXPECT_EQ(Search(u"zh"), u"zhangsan(张三);");
+  EXPECT_EQ(Search(u"li"), u"li(li si);");
+  EXPECT_EQ(Search(u"deep"), u"");
+  EXPECT_EQ(DeptCount(), 3);  // 1, 2 and the id-less / non-numeric ones as 0
+  EXPECT_EQ(Query("SELECT id, version FROM department ORDER BY id"), "0|0;1|5;2|6;");
+  EXPECT_EQ(Query("SELECT uin, nickname, name, departmentId, gender FROM member "
+                  "ORDER BY departmentId, uin"),
+            "0|nouin||1|0;11|zhangsan|张三|1|1;12|li|li si|1|2;13|noname||1|0;"
+            "11|zhangsan|张三|2|0;");
+  ULONG ids[4] = {};
+  LONG count = 0;
+  ASSERT_EQ(list_->GetDeptIdsByNick(u"zhangsan", ids, &count), S_OK);
+  EXPECT_EQ(count, 2);
+  BSTR name = nullptr;
+  ASSERT_EQ(list_->GetNameByNick(u"li", &name), S_OK);
+  EXPECT_EQ(std::u16string(name), u"li si");
+  SysFreeString(name);
+  // The reader restarted by the swap rebuilds the same lists from the new database.
+  list_->WaitForReaders();
+  EXPECT_EQ(Search(u"zh"), u"zhangsan(张三);");
+  EXPECT_EQ(Search(u"n"), u"noname;nouin;");
+}
+
+TEST_F(UserListImportTest, OperationsWithoutTheSwapStepAnswerFromTheOldDatabase) {
+  list_->SetDeptVersion(1, 10);
+  ASSERT_EQ(Import("<UserList ProVer=\"1\" DeptVer=\"2\"><Dept id=\"5\" Ver=\"20\"/>"
+                   "<Dept id=\"6\" Ver=\"30\"/></UserList>"),
+            S_OK);
+  LONG count = 0;
+  EXPECT_EQ(list_->GetChangedDeptCount(u"0", &count), S_OK);
+  EXPECT_EQ(count, 1);  // still the old file
+  ULONG ids[2] = {};
+  EXPECT_EQ(list_->GetChangedDeptIds(u"0", ids, &count), S_OK);
+  EXPECT_EQ(ids[0], 1u);
+  EXPECT_EQ(DebugLinesWith("put tempUserlist online"), 0u);
+  ULONG version = 0;
+  EXPECT_EQ(list_->GetMaxDeptVersion(&version), S_OK);  // runs the swap
+  EXPECT_EQ(version, 30u);
+  EXPECT_EQ(list_->GetChangedDeptCount(u"0", &count), S_OK);
+  EXPECT_EQ(count, 2);
+  // The swap ran once; the rebuilt file stays beside the live one.
+  list_->GetDeptCount(&count);
+  EXPECT_EQ(DebugLinesWith("put tempUserlist online"), 1u);
+  EXPECT_TRUE(std::filesystem::exists(std::filesystem::path(Rebuild())));
+}
+
+TEST_F(UserListImportTest, TwoImportsBeforeAnyOperationLeaveTheLaterOne) {
+  ASSERT_EQ(Import("<UserList><Dept id=\"1\" Ver=\"1\"/></UserList>"), S_OK);
+  ASSERT_EQ(Import("<UserList><Dept id=\"2\" Ver=\"1\"/><Dept id=\"3\" Ver=\"1\"/></UserList>"),
+            S_OK);
+  EXPECT_EQ(DeptCount(), 2);
+  EXPECT_EQ(DebugLinesWith("put tempUserlist online"), 1u);
+}
+
+TEST_F(UserListImportTest, MissingFileFailsAndChangesNothing) {
+  Add(1, u"kept", 1);
+  Reopen();
+  const std::u16string missing = root_.File(u"absent.xml");
+  EXPECT_EQ(list_->LoadDataFromXml(missing.c_str()), E_FAIL);
+  EXPECT_EQ(list_->LoadDataFromXml(nullptr), E_INVALIDARG);
+  EXPECT_EQ(Search(u"k"), u"kept;");
+  EXPECT_EQ(DeptCount(), 0);
+  EXPECT_EQ(Query("SELECT nickname FROM member"), "kept;");
+}
+
+TEST_F(UserListImportTest, FileWithoutUserListEmptiesSearchesButKeepsTheDatabase) {
+  Add(1, u"kept", 1);
+  Reopen();
+  for (const char* bad :
+       {"<Other><Dept id=\"1\"/></Other>", "not xml at all <<<",
+        "<UserList><Dept id=\"1\"></UserList>", "", "<x:UserList xmlns:x=\"urn:x\"/>"}) {
+    Reopen();
+    ASSERT_EQ(Search(u"k"), u"kept;");
+    EXPECT_EQ(Import(bad), S_OK) << bad;
+    EXPECT_EQ(Search(u"k"), u"") << bad;  // the (empty) import lists are current
+    ULONG uin = 0;
+    EXPECT_EQ(list_->GetUinByNick(u"kept", &uin), S_OK) << bad;
+    EXPECT_EQ(uin, 1u);
+  }
+  EXPECT_EQ(DebugLinesWith("put tempUserlist online"), 0u);
+}
+
+TEST_F(UserListImportTest, LeftoverRebuildFileIsReplaced) {
+  root_.WriteBytes("userList5.dat.bak", "this is not a database");
+  ASSERT_EQ(
+      Import("<UserList><Dept id=\"4\" Ver=\"1\"><u NICK=\"a\" UIN=\"1\"/></Dept></UserList>"),
+      S_OK);
+  EXPECT_EQ(DeptCount(), 1);
+  EXPECT_EQ(Query("SELECT nickname FROM member"), "a;");
+}
+
+TEST_F(UserListImportTest, UnusableRebuildPathFailsCleanlyWhileLiveDataServes) {
+  Add(1, u"live", 1);
+  Reopen();
+  // A folder (with something in it) where the rebuild file should go cannot be removed.
+  std::filesystem::create_directories(std::filesystem::path(Rebuild()) / "inside");
+  ASSERT_EQ(Import("<UserList><Dept id=\"9\" Ver=\"1\"><u NICK=\"new\" UIN=\"2\"/></Dept>"
+                   "</UserList>"),
+            S_OK);
+  EXPECT_EQ(DeptCount(), 0);
+  EXPECT_EQ(Query("SELECT nickname FROM member"), "live;");
+  EXPECT_EQ(DebugLinesWith("put tempUserlist online"), 0u);
+  EXPECT_TRUE(std::filesystem::is_directory(std::filesystem::path(Rebuild())));
+}
+
+TEST_F(UserListImportTest, MissingDirectoryVersionsAreStoredAsNull) {
+  ASSERT_EQ(Import("<UserList DeptVer=\"5\"/>"), S_OK);
+  ULONG value = 0;
+  EXPECT_EQ(list_->GetProVer(&value), E_FAIL);
+  EXPECT_EQ(DebugLinesWith("[Userlist] UserList : L"), 1u);
+  EXPECT_EQ(list_->GetDeptVer(&value), S_OK);
+  EXPECT_EQ(value, 5u);
+  EXPECT_EQ(Query("SELECT id, value FROM global ORDER BY id"), "1|1;2|NULL;3|5;");
+}
+
+TEST_F(UserListImportTest, GbkBytesInAFileDeclaredGb2312) {
+  // 镕 is outside GB2312 but inside code page 936, which is what such files really hold.
+  const std::string name = ToAnsi(u"朱镕基");
+  ASSERT_EQ(Import("<?xml version=\"1.0\" encoding=\"GB2312\"?><UserList><Dept id=\"1\" Ver=\"1\">"
+                   "<u NICK=\"zhu\" NAME=\"" +
+                   name + "\" UIN=\"3\"/></Dept></UserList>"),
+            S_OK);
+  EXPECT_EQ(Search(u"zhurongji"), u"zhu(朱镕基);");
+}
+
+TEST_F(UserListImportTest, HugeValuesAndHugeDepartments) {
+  const std::string long_name(2 * 1024 * 1024, 'N');
+  std::string xml = "<UserList><Dept id=\"1\" Ver=\"1\"><u NICK=\"big\" NAME=\"" + long_name +
+                    "\" UIN=\"99999999999999999999999\" GENDER=\"-7\"/></Dept><Dept id=\"2\" "
+                    "Ver=\"2\">";
+  constexpr int kMembers = 100000;
+  for (int i = 1; i <= kMembers; ++i) {
+    xml += "<u NICK=\"m" + std::to_string(i) + "\" NAME=\"成员" + std::to_string(i) + "\" UIN=\"" +
+           std::to_string(i) + "\"/>";
+  }
+  xml += "</Dept></UserList>";
+  ASSERT_EQ(Import(xml), S_OK);
+  LONG count = 0;
+  EXPECT_EQ(list_->GetUserCount(2, &count), S_OK);
+  EXPECT_EQ(count, kMembers);
+  // An id beyond 64 bits saturates and is stored as such.
+  EXPECT_EQ(Query("SELECT uin, length(name), gender FROM member WHERE departmentId=1"),
+            "9223372036854775807|2097152|-7;");
+  EXPECT_EQ(Search(u"m99999"), u"m99999(成员99999);");
+  EXPECT_EQ(Search(u"chengyuan12345"), u"m12345(成员12345);");
+  list_->WaitForReaders();
+  EXPECT_EQ(Search(u"big"), u"big(" + FromUtf8(std::string(long_name.size(), 'n')) + u");");
+}
+
+TEST_F(UserListImportTest, SampleOrganisationFile) {
+  // The repository's sample, found from this source file's place in the tree.
+  const std::filesystem::path repo = std::filesystem::path(__FILE__).parent_path() / ".." / "..";
+  const std::u16string sample = (repo / "samples" / "org.xml").u16string();
+  if (!std::filesystem::exists(std::filesystem::path(sample))) GTEST_SKIP() << "no sample";
+  ASSERT_EQ(list_->LoadDataFromXml(sample.c_str()), S_OK);
+  EXPECT_EQ(DeptCount(), 4);
+  BSTR dir = nullptr;
+  BSTR root = nullptr;
+  ASSERT_EQ(list_->GetVersionInfo(&dir, &root), S_OK);
+  EXPECT_EQ(std::u16string(dir), u"34");
+  EXPECT_EQ(std::u16string(root), u"34");
+  SysFreeString(dir);
+  SysFreeString(root);
+  EXPECT_EQ(Search(u"wang"), u"ceo(王小明);wangwu(王五);");
+  EXPECT_EQ(Search(u"lv"), u"lvbu(吕布);");
+  EXPECT_EQ(Search(u"alice"), u"alice.smith(alice smith);");
+}
+
+}  // namespace
+}  // namespace vk::test

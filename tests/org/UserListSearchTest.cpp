@@ -1,0 +1,100 @@
+#include <gtest/gtest.h>
+#include <stdio.h>
+
+#include <algorithm>
+#include <string>
+
+#include "org/SearchLists.h"
+#include "platform/Py.h"
+#include "tests/org/UserListFixture.h"
+
+namespace vk::test {
+namespace {
+
+SearchLists ListsOf(std::initializer_list<std::pair<std::u16string, std::u16string>> rows) {
+  SearchLists lists;
+  const CPy speller;
+  for (auto [nick, name] : rows) lists.Add(nick, name, speller);
+  return lists;
+}
+
+TEST(SearchListsTest, AddBuildsLowerCaseDisplayNameAndSpellingCode) {
+  SearchLists lists;
+  const CPy speller;
+  std::u16string nick = u"ZhangSan";
+  std::u16string name = u"张三";
+  lists.Add(nick, name, speller);
+  EXPECT_EQ(nick, u"zhangsan");  // lowered in place for the caller to store
+  std::u16string bare_nick = u"Solo";
+  std::u16string no_name;
+  lists.Add(bare_nick, no_name, speller);
+  std::u16string latin_nick = u"zs";
+  std::u16string latin = u"Zhang San";
+  lists.Add(latin_nick, latin, speller);
+  ASSERT_EQ(lists.Size(), 3u);
+  EXPECT_EQ(lists.Display(0), u"zhangsan(张三)");
+  EXPECT_EQ(lists.Spell(0), u"zhangsan");
+  EXPECT_EQ(lists.Display(1), u"solo");  // no parentheses without a name
+  EXPECT_EQ(lists.Name(1), u"");
+  EXPECT_EQ(lists.Display(2), u"zs(zhang san)");
+  EXPECT_EQ(lists.Name(2), u"zhang san");
+  EXPECT_EQ(lists.Spell(2), u"zhang san");
+}
+
+TEST(SearchListsTest, PrefixMatchesDisplayNameOrSpellingOnceEach) {
+  SearchLists lists = ListsOf({{u"zhangsan", u"张三"},
+                               {u"bob", u"张伟"},
+                               {u"carol", u"Zhu Li"},
+                               {u"dave", u""},
+                               {u"zhangsan", u"张三"},  // a second department's row
+                               {u"eve", u"王五"}});
+  EXPECT_EQ(lists.Search(u"zh"), u"zhangsan(张三);bob(张伟);carol(zhu li);");
+  EXPECT_EQ(lists.Search(u"张"), u"zhangsan(张三);bob(张伟);");
+  EXPECT_EQ(lists.Search(u"wangwu"), u"eve(王五);");
+  EXPECT_EQ(lists.Search(u"ZH"), u"");     // compared as given: callers pass lower case
+  EXPECT_EQ(lists.Search(u"davey"), u"");  // longer than every text
+  EXPECT_EQ(lists.Search(u"dave"), u"dave;");
+  EXPECT_EQ(lists.Search(u"nothing"), u"");
+}
+
+TEST(SearchListsTest, AtMostFiftyDistinctDisplays) {
+  SearchLists lists;
+  const CPy speller;
+  for (int i = 0; i < 120; ++i) {
+    char digits[8];
+    snprintf(digits, sizeof digits, "%03d", i);
+    std::u16string nick = u"user" + std::u16string(digits, digits + 3);
+    std::u16string name;
+    lists.Add(nick, name, speller);
+  }
+  auto count = [](const std::u16string& found) {
+    return std::count(found.begin(), found.end(), u';');
+  };
+  const std::u16string all = lists.Search(u"");
+  EXPECT_EQ(count(all), 50);
+  EXPECT_EQ(all.substr(0, 8), u"user000;");
+  EXPECT_EQ(all.substr(all.size() - 8), u"user049;");
+  EXPECT_EQ(count(lists.Search(u"user0")), 50);  // 100 rows match, 50 are given
+  EXPECT_EQ(count(lists.Search(u"user1")), 20);
+}
+
+using UserListSearchTest = UserListFixture;
+
+TEST_F(UserListSearchTest, ReaderBuildsTheListsFromTheDatabase) {
+  EXPECT_EQ(Search(u""), u"");
+  Add(1, u"Zhao", 1);
+  Add(2, u"zhao", 1);
+  Add(2, u"qian", 2);
+  // Rows added one by one reach the lists with the next reader run, not at once.
+  EXPECT_EQ(Search(u"zh"), u"");
+  Reopen();
+  EXPECT_EQ(Search(u"zh"), u"zhao;");
+  EXPECT_EQ(Search(u""), u"zhao;qian;");
+  BSTR matches = nullptr;
+  EXPECT_EQ(list_->SearchUsers(nullptr, &matches, nullptr), S_OK);  // like the empty prefix
+  EXPECT_EQ(std::u16string(matches), u"zhao;qian;");
+  SysFreeString(matches);
+}
+
+}  // namespace
+}  // namespace vk::test

@@ -1,0 +1,315 @@
+#include <cstring>
+#include <thread>
+
+#include "platform/Text.h"
+#include "tests/org/UserListFixture.h"
+
+namespace vk::test {
+namespace {
+
+using UserListTest = UserListFixture;
+
+TEST_F(UserListTest, InitializeChecksItsArgumentsAndUninitialisedListFails) {
+  CUserList* fresh = new CUserList();
+  EXPECT_EQ(fresh->Initialize(u"", client_), E_INVALIDARG);
+  EXPECT_EQ(fresh->Initialize(nullptr, client_), E_INVALIDARG);
+  EXPECT_EQ(fresh->Initialize(path_.c_str(), nullptr), E_INVALIDARG);
+  LONG count = 7;
+  EXPECT_EQ(fresh->GetDeptCount(&count), E_FAIL);
+  EXPECT_EQ(count, 7);  // nothing touched without a connection
+  UserListEntry entry = Entry(u"x", 1);
+  EXPECT_EQ(fresh->AddUser(1, &entry), E_FAIL);
+  EXPECT_EQ(fresh->AddUser(1, nullptr), E_INVALIDARG);  // tested before the connection
+  BSTR nick = nullptr;
+  EXPECT_EQ(fresh->GetNickByUin(5, &nick), E_FAIL);  // fails at the bind
+  LONG gender = 3;
+  EXPECT_EQ(fresh->GetGenderByNick(u"x", &gender), E_FAIL);
+  EXPECT_EQ(gender, 0);  // cleared first
+  BSTR name = reinterpret_cast<BSTR>(0x1);
+  EXPECT_EQ(fresh->GetNameByNick(u"x", &name), E_FAIL);
+  EXPECT_EQ(name, nullptr);
+  EXPECT_EQ(fresh->Save(), S_OK);
+  EXPECT_EQ(fresh->LoadDataFromXml(path_.c_str()), E_FAIL);
+  fresh->Release();
+}
+
+TEST_F(UserListTest, AddUserWritesTheRowButReportsFailure) {
+  EXPECT_EQ(Add(10, u"ZhangSan", 1001), E_FAIL);
+  ULONG uin = 0;
+  EXPECT_EQ(list_->GetUinByNick(u"ZHANGSAN", &uin), S_OK);
+  EXPECT_EQ(uin, 1001u);
+  EXPECT_EQ(Query("SELECT uin, nickname, name, departmentId, gender FROM member"),
+            "1001|zhangsan|NULL|10|0;");
+  // A row without a name: an empty name, and no parentheses in the search lists.
+  BSTR name = nullptr;
+  EXPECT_EQ(list_->GetNameByNick(u"zhangsan", &name), S_OK);
+  ASSERT_NE(name, nullptr);
+  EXPECT_EQ(std::u16string(name), u"");
+  SysFreeString(name);
+  Reopen();
+  EXPECT_EQ(Search(u"zh"), u"zhangsan;");
+}
+
+TEST_F(UserListTest, AddUserExReplacesTheNicknamesRowInThatDepartmentOnly) {
+  Add(1, u"li", 1, 2);
+  Add(2, u"li", 1, 2);
+  EXPECT_EQ(Add(1, u"LI", 99, 1), E_FAIL);
+  EXPECT_EQ(Query("SELECT uin, departmentId, gender FROM member ORDER BY departmentId"),
+            "99|1|1;1|2|2;");
+  // The same uin twice in one department is one row (the key is uin and department).
+  Add(3, u"wang", 5);
+  Add(3, u"wang2", 5);
+  EXPECT_EQ(Query("SELECT nickname FROM member WHERE departmentId=3"), "wang2;");
+}
+
+TEST_F(UserListTest, DeleteUserRemovesTheRowAndReportsFailure) {
+  Add(1, u"li", 1);
+  Add(2, u"li", 1);
+  EXPECT_EQ(list_->DeleteUser(1, u"Li"), E_FAIL);
+  EXPECT_EQ(Query("SELECT departmentId FROM member"), "2;");
+  EXPECT_EQ(list_->DeleteUser(1, nullptr), E_INVALIDARG);
+}
+
+TEST_F(UserListTest, GetDeptUsersCopiesAtMost31UnitsWithoutTerminating) {
+  const std::u16string long_nick(40, u'n');
+  // Stored through UpdateNick, which writes the nickname as given (any length, any case).
+  Add(4, u"short", 1);
+  Add(4, u"tmp", 2);
+  ASSERT_EQ(list_->UpdateNick(2, (u"N" + long_nick.substr(1)).c_str()), S_OK);
+  UserListEntry entries[3];
+  std::memset(entries, 0xFF, sizeof entries);
+  LONG count = -1;
+  ASSERT_EQ(list_->GetDeptUsers(4, entries, &count), S_OK);
+  ASSERT_EQ(count, 2);
+  const UserListEntry* shortest = entries[0].uin == 1 ? &entries[0] : &entries[1];
+  const UserListEntry* longest = entries[0].uin == 2 ? &entries[0] : &entries[1];
+  EXPECT_EQ(std::u16string(shortest->nick), u"short");
+  for (int i = 5; i < 31; ++i) EXPECT_EQ(shortest->nick[i], 0) << i;  // padded to 31
+  EXPECT_EQ(shortest->nick[31], 0xFFFF);
+  EXPECT_EQ(std::u16string(longest->nick, 31), long_nick.substr(0, 31));  // lower-cased
+  EXPECT_EQ(longest->nick[31], 0xFFFF);                                   // no terminator
+  EXPECT_EQ(longest->reserved, 0xFFFFFFFFu);                              // never written
+  EXPECT_EQ(entries[2].uin, 0xFFFFFFFFu);
+
+  EXPECT_EQ(list_->GetDeptUsers(77, entries, &count), E_FAIL);
+  EXPECT_EQ(count, 0);
+  EXPECT_EQ(list_->GetDeptUsers(4, nullptr, &count), E_INVALIDARG);
+  EXPECT_EQ(log_.CountLevel(u"important"), 1u);  // a null array is an assertion report
+}
+
+TEST_F(UserListTest, GetDeptUserNicksHandsOutLowerCaseStrings) {
+  Add(5, u"a", 1);
+  Add(5, u"b", 2);
+  ASSERT_EQ(list_->UpdateNick(2, u"BEE"), S_OK);
+  BSTR nicks[2] = {};
+  LONG count = 0;
+  ASSERT_EQ(list_->GetDeptUserNicks(5, nicks, &count), S_OK);
+  ASSERT_EQ(count, 2);
+  std::u16string both = std::u16string(nicks[0]) + u"," + std::u16string(nicks[1]);
+  EXPECT_TRUE(both == u"a,bee" || both == u"bee,a") << ToUtf8(both);
+  SysFreeString(nicks[0]);
+  SysFreeString(nicks[1]);
+  CUserList* fresh = new CUserList();
+  EXPECT_EQ(fresh->GetDeptUserNicks(5, nullptr, &count), E_INVALIDARG);  // before connection
+  EXPECT_EQ(fresh->GetDeptUserNicks(5, nicks, &count), E_FAIL);
+  fresh->Release();
+}
+
+TEST_F(UserListTest, CountsIdsAndVersionsOfDepartments) {
+  LONG count = -1;
+  EXPECT_EQ(list_->GetUserCount(3, &count), S_OK);
+  EXPECT_EQ(count, 0);
+  EXPECT_EQ(DeptCount(), 0);
+  ULONG version = 123;
+  EXPECT_EQ(list_->GetMaxDeptVersion(&version), S_OK);  // empty table: 0
+  EXPECT_EQ(version, 0u);
+
+  EXPECT_EQ(list_->SetDeptVersion(3, 7), E_FAIL);  // written, failure reported
+  EXPECT_EQ(list_->SetDeptVersion(4, 0xFFFFFFFFu), E_FAIL);
+  EXPECT_EQ(list_->SetDeptVersion(3, 8), E_FAIL);  // replaces
+  Add(3, u"m1", 1);
+  Add(3, u"m2", 2);
+  EXPECT_EQ(list_->GetUserCount(3, &count), S_OK);
+  EXPECT_EQ(count, 2);
+  EXPECT_EQ(DeptCount(), 2);
+  ULONG ids[2] = {};
+  ASSERT_EQ(list_->GetDeptIds(ids, &count), S_OK);
+  EXPECT_EQ(count, 2);
+  EXPECT_EQ(ids[0] + ids[1], 7u);
+  EXPECT_EQ(list_->GetDeptVersion(4, &version), S_OK);
+  EXPECT_EQ(version, 0xFFFFFFFFu);  // stored widened without sign, read back narrowed
+  EXPECT_EQ(Query("SELECT version FROM department WHERE id=4"), "4294967295;");
+  EXPECT_EQ(list_->GetMaxDeptVersion(&version), S_OK);
+  EXPECT_EQ(version, 0xFFFFFFFFu);
+  EXPECT_EQ(list_->GetDeptVersion(99, &version), E_FAIL);
+
+  EXPECT_EQ(list_->DeleteDept(3), S_OK);
+  EXPECT_EQ(list_->GetUserCount(3, &count), S_OK);
+  EXPECT_EQ(count, 0);
+  EXPECT_EQ(DeptCount(), 1);
+  EXPECT_EQ(list_->DeleteDept(12345), S_OK);  // unknown id
+}
+
+TEST_F(UserListTest, DirectoryVersionsAndVersionInfo) {
+  ULONG value = 0;
+  EXPECT_EQ(list_->GetDeptVer(&value), E_FAIL);  // no row yet
+  BSTR dir = nullptr;
+  BSTR root = nullptr;
+  EXPECT_EQ(list_->GetVersionInfo(&dir, &root), E_FAIL);
+  EXPECT_EQ(list_->SetDeptVer(-5), S_OK);
+  EXPECT_EQ(list_->SetProVer(42), S_OK);
+  EXPECT_EQ(Query("SELECT id, value FROM global ORDER BY id"), "2|42;3|-5;");
+  EXPECT_EQ(list_->GetDeptVer(&value), S_OK);
+  EXPECT_EQ(value, 0xFFFFFFFBu);
+  EXPECT_EQ(list_->GetProVer(&value), S_OK);
+  EXPECT_EQ(value, 42u);
+  // Without the root department 199999 the version info fails.
+  EXPECT_EQ(list_->GetVersionInfo(&dir, &root), E_FAIL);
+  list_->SetDeptVersion(CUserList::kRootDeptId, 3000000000u);
+  ASSERT_EQ(list_->GetVersionInfo(&dir, &root), S_OK);
+  EXPECT_EQ(std::u16string(dir), u"-5");
+  EXPECT_EQ(std::u16string(root), u"-1294967296");  // written as a signed number
+  SysFreeString(dir);
+  SysFreeString(root);
+  EXPECT_EQ(list_->GetVersionInfo(nullptr, &root), E_INVALIDARG);
+}
+
+TEST_F(UserListTest, StoredNullVersionFailsThroughTheExceptionPath) {
+  list_->SetProVer(1);
+  sqlite3* db = nullptr;
+  ASSERT_EQ(sqlite3_open16(path_.c_str(), &db), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(db, "INSERT INTO global VALUES (2, NULL)", nullptr, nullptr, nullptr),
+            SQLITE_OK);
+  sqlite3_close(db);
+  ULONG value = 9;
+  EXPECT_EQ(list_->GetProVer(&value), E_FAIL);
+  EXPECT_EQ(value, 9u);
+  EXPECT_EQ(DebugLinesWith("[Userlist] UserList : L"), 1u);
+  EXPECT_EQ(DebugLinesWith(" exception"), 1u);
+  // The lock was released: the next operation runs.
+  EXPECT_EQ(list_->SetProVer(2), S_OK);
+  EXPECT_EQ(list_->GetProVer(&value), S_OK);
+  EXPECT_EQ(value, 2u);
+}
+
+TEST_F(UserListTest, NicknameLookupsLowerCaseExceptGenderAndName) {
+  Add(1, u"Bob", 7, 2);
+  ULONG uin = 0;
+  EXPECT_EQ(list_->GetUinByNick(u"BOB", &uin), S_OK);
+  EXPECT_EQ(uin, 7u);
+  EXPECT_EQ(list_->GetUinByNick(u"nobody", &uin), E_FAIL);
+  EXPECT_EQ(list_->GetUinByNick(nullptr, &uin), E_INVALIDARG);
+  LONG gender = -1;
+  EXPECT_EQ(list_->GetGenderByNick(u"Bob", &gender), E_FAIL);  // bound as given
+  EXPECT_EQ(gender, 0);
+  EXPECT_EQ(list_->GetGenderByNick(u"bob", &gender), S_OK);
+  EXPECT_EQ(gender, 2);
+  BSTR name = nullptr;
+  EXPECT_EQ(list_->GetNameByNick(u"Bob", &name), E_FAIL);
+  EXPECT_EQ(name, nullptr);
+  BOOL exists = -1;
+  EXPECT_EQ(list_->IsNickExist(u"BoB", &exists), S_OK);
+  EXPECT_EQ(exists, TRUE);
+  EXPECT_EQ(list_->IsNickExist(u"carol", &exists), S_OK);
+  EXPECT_EQ(exists, FALSE);
+}
+
+TEST_F(UserListTest, GetNickByUinAndUpdateNick) {
+  EXPECT_EQ(list_->GetNickByUin(0, nullptr), E_INVALIDARG);
+  BSTR nick = nullptr;
+  EXPECT_EQ(list_->GetNickByUin(0, &nick), E_INVALIDARG);
+  EXPECT_EQ(NickOf(5), u"<none>");
+  Add(1, u"old", 5);
+  Add(2, u"old", 5);
+  EXPECT_EQ(list_->UpdateNick(0, u"x"), E_INVALIDARG);
+  EXPECT_EQ(list_->UpdateNick(5, nullptr), E_INVALIDARG);
+  EXPECT_EQ(list_->UpdateNick(5, u"NewName"), S_OK);
+  EXPECT_EQ(Query("SELECT DISTINCT nickname FROM member"), "NewName;");  // as given
+  EXPECT_EQ(NickOf(5), u"newname");                                      // handed out lower
+  ULONG uin = 0;
+  EXPECT_EQ(list_->GetUinByNick(u"NewName", &uin), E_FAIL);  // looked up lower-cased
+  EXPECT_EQ(list_->UpdateNick(999, u"ghost"), S_OK);         // no row matched
+}
+
+TEST_F(UserListTest, GetDeptIdsByNickStopsAt21) {
+  for (ULONG dept = 1; dept <= 25; ++dept) Add(dept, u"busy", 3);
+  ULONG ids[32];
+  std::fill(std::begin(ids), std::end(ids), 0xABCDu);
+  LONG count = -1;
+  ASSERT_EQ(list_->GetDeptIdsByNick(u"BUSY", ids, &count), S_OK);
+  EXPECT_EQ(count, 21);
+  EXPECT_EQ(ids[21], 0xABCDu);
+  EXPECT_EQ(list_->GetDeptIdsByNick(u"idle", ids, &count), E_FAIL);
+  EXPECT_EQ(count, 0);
+}
+
+TEST_F(UserListTest, ChangedDepartmentsSinceAVersion) {
+  list_->SetDeptVersion(1, 1);
+  list_->SetDeptVersion(2, 5);
+  list_->SetDeptVersion(3, 9);
+  list_->SetDeptVersion(4, 0);
+  LONG count = -1;
+  EXPECT_EQ(list_->GetChangedDeptCount(u"4", &count), S_OK);
+  EXPECT_EQ(count, 2);
+  EXPECT_EQ(list_->GetChangedDeptCount(u"not a number", &count), S_OK);
+  EXPECT_EQ(count, 3);  // converted as 0: every version above 0
+  EXPECT_EQ(list_->GetChangedDeptCount(u"  -3xyz", &count), S_OK);
+  EXPECT_EQ(count, 4);
+  ULONG ids[4] = {};
+  ASSERT_EQ(list_->GetChangedDeptIds(u"4", ids, &count), S_OK);
+  ASSERT_EQ(count, 2);
+  EXPECT_EQ(ids[0] + ids[1], 5u);
+  count = -1;
+  EXPECT_EQ(list_->GetChangedDeptIds(u"1", nullptr, &count), S_OK);  // the count alone
+  EXPECT_EQ(count, 2);
+  EXPECT_EQ(list_->GetChangedDeptIds(u"100", ids, &count), S_OK);  // zero rows still S_OK
+  EXPECT_EQ(count, 0);
+  EXPECT_EQ(list_->GetChangedDeptCount(nullptr, &count), E_INVALIDARG);
+}
+
+TEST_F(UserListTest, DataSurvivesReopeningAndANewPathStartsEmpty) {
+  Add(1, u"kept", 1);
+  list_->SetDeptVersion(1, 2);
+  Reopen();
+  EXPECT_EQ(DeptCount(), 1);
+  EXPECT_EQ(Search(u"ke"), u"kept;");
+  const std::u16string other = root_.File(u"other.dat");
+  ASSERT_EQ(list_->Initialize(other.c_str(), client_), S_OK);
+  list_->WaitForReaders();
+  EXPECT_EQ(DeptCount(), 0);
+  EXPECT_EQ(Search(u""), u"");
+}
+
+TEST_F(UserListTest, ReaderThatCannotOpenTheFileEndsHoldingTheDbLock) {
+  CUserList* broken = new CUserList();
+  const std::u16string missing = root_.File(u"no-such-folder/userList5.dat");
+  ASSERT_EQ(broken->Initialize(missing.c_str(), client_), S_OK);  // S_OK although not open
+  broken->WaitForReaders();
+  EXPECT_TRUE(broken->IsDbLockHeld());
+  // Searches take only the list lock and still answer.
+  BSTR matches = nullptr;
+  BSTR reserved = nullptr;
+  EXPECT_EQ(broken->SearchUsers(u"a", &matches, &reserved), S_OK);
+  SysFreeString(matches);
+  SysFreeString(reserved);
+  // Another thread cannot enter the lock the ended reader left held.
+  std::shared_ptr<UserListShared> shared = broken->SharedState();
+  bool entered = true;
+  std::thread([&] { entered = shared->DbLock().TryEnter(); }).join();
+  EXPECT_FALSE(entered);
+  broken->Release();  // destruction does not wait for the lock
+}
+
+TEST_F(UserListTest, DestroyingTheListWhileItsReaderRunsIsSafe) {
+  for (ULONG i = 1; i <= 300; ++i) Add(i % 7, u"user" + std::u16string(1, u'a' + i % 26), i);
+  CUserList* other = new CUserList();
+  ASSERT_EQ(other->Initialize(path_.c_str(), client_), S_OK);
+  std::shared_ptr<UserListShared> shared = other->SharedState();
+  other->Release();
+  shared->WaitForReaders();
+  // The reader finished its work on the state it kept alive.
+  EXPECT_GT(shared->ListSize(), 0u);
+}
+
+}  // namespace
+}  // namespace vk::test

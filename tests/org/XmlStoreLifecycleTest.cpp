@@ -1,0 +1,161 @@
+// What the four versioned XML stores share: opening or replacing their file, writing it
+// back, and failing cleanly.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <filesystem>
+
+#include "org/DeptLeader.h"
+#include "org/KeyDepts.h"
+#include "org/PortalStore.h"
+#include "org/UserGrid.h"
+#include "tests/org/ComPtr.h"
+#include "tests/org/FakeClientRoot.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/TempDataRoot.h"
+
+namespace vk::test {
+namespace {
+
+const std::string kHeader = "<?xml version=\"1.0\" encoding=\"gb2312\"?>\n";
+
+// An object that answers for IUnknown only.
+class NotAClientRoot : public ComObject<IUnknown> {};
+
+class XmlStoreLifecycleTest : public testing::Test {
+ protected:
+  std::string File(const char* name) const { return root_.ReadBytes(name).value_or("<missing>"); }
+  TempDataRoot root_;
+};
+
+TEST_F(XmlStoreLifecycleTest, EachStoreWritesItsTemplateForAMissingFile) {
+  auto grid = MakeStore<CUserGrid>();
+  auto keys = MakeStore<CKeyDepts>();
+  auto leader = MakeStore<CDeptLeader>();
+  auto portal = MakeStore<CPortalStore>();
+  EXPECT_EQ(grid->Initialize(root_.File(u"UserGrid.xml").c_str(), nullptr), S_OK);
+  EXPECT_EQ(keys->Initialize(root_.File(u"KeyDepts.xml").c_str(), nullptr), S_OK);
+  EXPECT_EQ(leader->Initialize(root_.File(u"Leader.xml").c_str(), nullptr), S_OK);
+  EXPECT_EQ(portal->Initialize(root_.File(u"PortalIcon/EPortal.xml").c_str(), nullptr), S_OK);
+  EXPECT_EQ(File("UserGrid.xml"), kHeader + "<UserGrid ProVer=\"0\"/>\n");
+  EXPECT_EQ(File("KeyDepts.xml"), kHeader + "<KeyDepts ProVer=\"0\"/>\n");
+  EXPECT_EQ(File("Leader.xml"), kHeader + "<Leader ProVer=\"0\"/>\n");
+  EXPECT_EQ(File("PortalIcon/EPortal.xml"), kHeader + "<Portal ProVer=\"0\"/>\n");
+  LONG version = -1;
+  EXPECT_EQ(grid->GetVersion(&version), S_OK);
+  EXPECT_EQ(version, 0);
+  EXPECT_EQ(keys->GetVersion(&version), S_OK);
+  EXPECT_EQ(version, 0);
+}
+
+TEST_F(XmlStoreLifecycleTest, UnreadableFilesAreReplacedByTheTemplate) {
+  LogCapture log;
+  const std::string broken[] = {
+      "",
+      kHeader + "<UserGrid ProVer=\"4\"><User Grid=\"1\" Ni",
+      "\xff\xfe<\0U\0",
+      "not xml at all",
+      "<?xml version=\"1.0\" encoding=\"x-unknown\"?><UserGrid ProVer=\"4\"/>",
+  };
+  for (const std::string& bytes : broken) {
+    root_.WriteBytes("UserGrid.xml", bytes);
+    auto grid = MakeStore<CUserGrid>();
+    EXPECT_EQ(grid->Initialize(root_.File(u"UserGrid.xml").c_str(), nullptr), S_OK);
+    EXPECT_EQ(File("UserGrid.xml"), kHeader + "<UserGrid ProVer=\"0\"/>\n");
+  }
+  EXPECT_TRUE(log.Records().empty());
+}
+
+TEST_F(XmlStoreLifecycleTest, ReadOnlyFileIsMadeWritableByTheFirstSave) {
+  root_.WriteBytes("UserGrid.xml", kHeader + "<UserGrid ProVer=\"1\"/>\n");
+  ASSERT_EQ(::chmod(root_.NativeFile("UserGrid.xml").c_str(), 0444), 0);
+  auto grid = MakeStore<CUserGrid>();
+  ASSERT_EQ(grid->Initialize(root_.File(u"UserGrid.xml").c_str(), nullptr), S_OK);
+  ASSERT_EQ(grid->SetGrid(u"a", 1), S_OK);
+  EXPECT_EQ(grid->Close(), S_OK);
+  struct stat info {};
+  ASSERT_EQ(::stat(root_.NativeFile("UserGrid.xml").c_str(), &info), 0);
+  EXPECT_TRUE(info.st_mode & S_IWUSR);
+  EXPECT_NE(File("UserGrid.xml").find("Nick=\"a\""), std::string::npos);
+}
+
+TEST_F(XmlStoreLifecycleTest, FailedSaveIsReportedButCloseSucceeds) {
+  std::filesystem::create_directories(root_.NativeFile("acct"));
+  auto grid = MakeStore<CUserGrid>();
+  ASSERT_EQ(grid->Initialize(root_.File(u"acct/UserGrid.xml").c_str(), nullptr), S_OK);
+  ASSERT_EQ(grid->SetGrid(u"a", 5), S_OK);
+  std::filesystem::remove_all(root_.NativeFile("acct"));  // nowhere to write
+  LogCapture log;
+  EXPECT_EQ(grid->Close(), S_OK);
+  EXPECT_GE(log.CountLevel(u"important"), 1u);
+  EXPECT_NE(log.Records().front().text.find(u"ASSERT HAPPENS!"), std::u16string::npos);
+  LONG value = 0;
+  EXPECT_EQ(grid->GetGrid(u"a", &value), S_OK);  // the change stays in memory
+  EXPECT_EQ(value, 5);
+  EXPECT_FALSE(std::filesystem::exists(root_.NativeFile("acct")));
+
+  // A folder that does not exist cannot take the template either.
+  log.Clear();
+  auto other = MakeStore<CUserGrid>();
+  EXPECT_EQ(other->Initialize(root_.File(u"none/UserGrid.xml").c_str(), nullptr), E_FAIL);
+  EXPECT_GE(log.CountLevel(u"important"), 1u);
+  EXPECT_EQ(other->SetGrid(u"a", 1), E_FAIL);  // stays uninitialised
+}
+
+TEST_F(XmlStoreLifecycleTest, NullPathFailsWithAReport) {
+  LogCapture log;
+  auto keys = MakeStore<CKeyDepts>();
+  EXPECT_EQ(keys->Initialize(nullptr, nullptr), E_FAIL);
+  EXPECT_EQ(log.CountLevel(u"important"), 1u);
+  ULONG ids[1] = {0};
+  LONG count = 1;
+  EXPECT_EQ(keys->GetKeyDepts(u"a", ids, &count), E_FAIL);
+}
+
+TEST_F(XmlStoreLifecycleTest, OperationsBeforeInitializeFailWithoutLogging) {
+  LogCapture log;
+  auto grid = MakeStore<CUserGrid>();
+  auto keys = MakeStore<CKeyDepts>();
+  LONG value = 4;
+  EXPECT_EQ(grid->GetVersion(&value), E_FAIL);
+  EXPECT_EQ(value, 0);
+  EXPECT_EQ(grid->SetVersion(1), E_FAIL);
+  EXPECT_EQ(grid->GetGrid(u"a", &value), E_FAIL);
+  EXPECT_EQ(grid->SetGrid(u"a", 1), E_FAIL);
+  EXPECT_EQ(grid->Clear(), E_FAIL);
+  EXPECT_EQ(grid->Close(), S_OK);
+  EXPECT_EQ(keys->GetVersion(&value), E_FAIL);
+  EXPECT_EQ(keys->SetVersion(1), E_FAIL);
+  EXPECT_EQ(keys->Close(), S_OK);
+  grid.reset();
+  keys.reset();
+  EXPECT_TRUE(log.Records().empty());
+  EXPECT_TRUE(log.DebugLines().empty());
+}
+
+TEST_F(XmlStoreLifecycleTest, InitializeAgainStartsOverOnTheNewFile) {
+  auto grid = MakeStore<CUserGrid>();
+  ASSERT_EQ(grid->Initialize(root_.File(u"one.xml").c_str(), nullptr), S_OK);
+  ASSERT_EQ(grid->SetGrid(u"a", 1), S_OK);
+  ASSERT_EQ(grid->Close(), S_OK);
+  ASSERT_EQ(grid->SetGrid(u"a", 2), S_OK);  // not flushed: lost at the account change
+  // A client that is not a client root is kept as no client, without error.
+  auto not_a_root = MakeStore<NotAClientRoot>();
+  ASSERT_EQ(grid->Initialize(root_.File(u"two.xml").c_str(), not_a_root.get()), S_OK);
+  LONG value = -1;
+  EXPECT_EQ(grid->GetGrid(u"a", &value), S_OK);
+  EXPECT_EQ(value, 0);
+  EXPECT_EQ(grid->Close(), S_OK);
+  EXPECT_EQ(File("two.xml"), kHeader + "<UserGrid ProVer=\"0\"/>\n");
+  EXPECT_NE(File("one.xml").find("Grid=\"1\""), std::string::npos);
+  // The client root is held while kept and released with the store.
+  auto client = ComPtr<FakeClientRoot>(new FakeClientRoot());
+  ASSERT_EQ(grid->Initialize(root_.File(u"two.xml").c_str(), client.get()), S_OK);
+  EXPECT_EQ(client->RefCount(), 2);
+  grid.reset();
+  EXPECT_EQ(client->RefCount(), 1);
+}
+
+}  // namespace
+}  // namespace vk::test

@@ -1,0 +1,96 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+
+#include "platform/Assert.h"
+#include "platform/Text.h"
+#include "tests/support/LogCapture.h"
+
+namespace {
+
+TEST(AssertTest, ReportAssertWritesOneImportantRecord) {
+  vk::test::LogCapture log;
+  vk::ReportAssert("store/Thing.cpp", 77);
+  auto records = log.Records();
+  ASSERT_EQ(records.size(), 1u);
+  EXPECT_EQ(records[0].level, u"important");
+  EXPECT_EQ(records[0].source, u"");
+  EXPECT_EQ(records[0].function, u"");
+  EXPECT_EQ(records[0].text, u"ASSERT HAPPENS!\nfile: store/Thing.cpp\nline: 77\n");
+  EXPECT_FALSE(records[0].login);
+
+  log.Clear();
+  const std::string long_path(600, 'p');
+  vk::ReportAssert(long_path.c_str(), 1);
+  records = log.Records();
+  ASSERT_EQ(records.size(), 1u);
+  EXPECT_EQ(records[0].text.size(), 511u);
+  EXPECT_EQ(records[0].text, (u"ASSERT HAPPENS!\nfile: " + vk::FromUtf8(long_path)).substr(0, 511));
+}
+
+TEST(AssertTest, ComErrorMessages) {
+  EXPECT_EQ(vk::ComError(E_FAIL, u"").ErrorMessage(), "Unspecified error");
+  EXPECT_EQ(vk::ComError(E_INVALIDARG, u"").ErrorMessage(), "The parameter is incorrect.");
+  EXPECT_EQ(vk::ComError(E_NOTIMPL, u"").ErrorMessage(), "Not implemented");
+  EXPECT_EQ(vk::ComError(static_cast<HRESULT>(0x80041234), u"").ErrorMessage(),
+            "Unknown error 0x80041234");
+}
+
+struct Case {
+  std::function<void()> thrower;
+  std::string trace;
+};
+
+TEST(AssertTest, EachKindOfExceptionGivesItsTraceLine) {
+  const std::string long_message(300, 'm');
+  const Case cases[] = {
+      {[] { throw vk::ComError(E_FAIL, u"Bad XPath 表达式"); },
+       "f.cpp(12) : exception (_com_error): Unspecified error | Bad XPath 表达式\r\n"},
+      {[] { throw vk::FrameworkException("framework"); },
+       "f.cpp(12) : exception (CException*): framework\r\n"},
+      {[&] { throw vk::FrameworkException(long_message); },
+       "f.cpp(12) : exception (CException*): " + long_message.substr(0, 255) + "\r\n"},
+      {[] { throw new vk::FrameworkException("by pointer"); },
+       "f.cpp(12) : exception (CException*): by pointer\r\n"},
+      {[] { throw "narrow"; }, "f.cpp(12) : exception (const char*): narrow\r\n"},
+      {[] { throw u"宽字符"; }, "f.cpp(12) : exception (const wchar*): 宽字符\r\n"},
+      {[] { throw 42; }, "f.cpp(12) : exception (...): Unknown error.\r\n"},
+      {[] { throw std::runtime_error("std"); }, "f.cpp(12) : exception (...): Unknown error.\r\n"},
+  };
+  for (const Case& c : cases) {
+    for (bool reporting : {false, true}) {
+      vk::test::LogCapture log;
+      HRESULT hr = vk::Guarded("f.cpp", 12, reporting, [&]() -> HRESULT {
+        c.thrower();
+        return S_OK;
+      });
+      EXPECT_EQ(hr, E_FAIL);
+      EXPECT_EQ(log.DebugLines(), std::vector<std::string>{c.trace});
+      auto records = log.Records();
+      ASSERT_EQ(records.size(), reporting ? 1u : 0u) << c.trace;
+      if (reporting) {
+        EXPECT_EQ(records[0].text, u"ASSERT HAPPENS!\nfile: f.cpp\nline: 12\n");
+      }
+    }
+  }
+}
+
+TEST(AssertTest, GuardMacrosPassResultsThroughAndCarryTheirLine) {
+  vk::test::LogCapture log;
+  EXPECT_EQ(VK_QUIET_GUARD({ return S_FALSE; }), S_FALSE);
+  EXPECT_EQ(VK_REPORTING_GUARD({ return E_INVALIDARG; }), E_INVALIDARG);
+  EXPECT_TRUE(log.Records().empty());
+  EXPECT_TRUE(log.DebugLines().empty());
+
+  const unsigned line = __LINE__ + 1;
+  HRESULT hr = VK_REPORTING_GUARD({ throw "boom"; });
+  EXPECT_EQ(hr, E_FAIL);
+  const std::string expected =
+      std::string(__FILE__) + "(" + std::to_string(line) + ") : exception (const char*): boom\r\n";
+  EXPECT_EQ(log.DebugLines(), std::vector<std::string>{expected});
+  EXPECT_EQ(log.CountLevel(u"important"), 1u);
+}
+
+}  // namespace

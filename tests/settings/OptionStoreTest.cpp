@@ -1,0 +1,137 @@
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstring>
+#include <string>
+
+#include "settings/OptionStore.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/TempDataRoot.h"
+
+namespace {
+
+std::string Utf16Le(std::u16string_view text) {
+  std::string bytes;
+  for (char16_t c : text) {
+    bytes += static_cast<char>(c & 0xFF);
+    bytes += static_cast<char>(c >> 8);
+  }
+  return bytes;
+}
+
+class OptionStoreTest : public ::testing::Test {
+ protected:
+  OptionStoreTest() {
+    root.WriteBytes("User.cfg", "\xFF\xFE");  // as the module creates it
+    store = new COptionStore();
+  }
+  ~OptionStoreTest() override { store->Release(); }
+
+  std::u16string Path() const { return root.File(u"User.cfg"); }
+  std::string FileBytes() const { return root.ReadBytes("User.cfg").value_or("<missing>"); }
+
+  vk::test::TempDataRoot root;
+  vk::test::LogCapture log;
+  IOptionStore* store;
+};
+
+TEST_F(OptionStoreTest, AnswersItsInterface) {
+  IOptionStore* same = nullptr;
+  ASSERT_EQ(store->QueryInterface(IID_IOptionStore, reinterpret_cast<void**>(&same)), S_OK);
+  EXPECT_EQ(same, store);
+  same->Release();
+}
+
+TEST_F(OptionStoreTest, RoundTripsEveryTypeInSectionDefault) {
+  ASSERT_EQ(store->Open(Path().c_str()), S_OK);
+  EXPECT_EQ(FileBytes(), "\xFF\xFE");  // Open leaves the file alone
+  EXPECT_EQ(store->SetInt(u"Count", INT_MIN), S_OK);
+  EXPECT_EQ(store->SetString(u"Name", u"张三 x"), S_OK);
+  const unsigned char data[] = {0x10, 0xFE, 0x00};
+  EXPECT_EQ(store->SetStruct(u"Blob", data, sizeof data), S_OK);
+  EXPECT_EQ(FileBytes(), "\xFF\xFE" + Utf16Le(u"[Default]\r\nCount=-2147483648\r\n"
+                                              u"Name=张三 x\r\nBlob=10FE000E\r\n"));
+
+  LONG number = 5;
+  EXPECT_EQ(store->GetInt(u"count", &number), S_OK);
+  EXPECT_EQ(number, INT_MIN);
+  EXPECT_EQ(store->GetInt(u"missing", &number), S_OK);
+  EXPECT_EQ(number, 0);
+  OLECHAR text[16] = {};
+  EXPECT_EQ(store->GetString(u"NAME", text, sizeof text), S_OK);
+  EXPECT_EQ(std::u16string(text), u"张三 x");
+  unsigned char back[3] = {};
+  EXPECT_EQ(store->GetStruct(u"Blob", back, sizeof back), S_OK);
+  EXPECT_EQ(std::memcmp(back, data, sizeof data), 0);
+  EXPECT_EQ(store->GetStruct(u"Blob", back, 2), E_FAIL);
+  EXPECT_EQ(store->GetStruct(u"missing", back, 3), E_FAIL);
+  EXPECT_TRUE(log.Records().empty());
+}
+
+TEST_F(OptionStoreTest, GetStringCopiesABoundedCountWithoutTerminator) {
+  ASSERT_EQ(store->Open(Path().c_str()), S_OK);
+  ASSERT_EQ(store->SetString(u"k", u"abcdef"), S_OK);
+  OLECHAR buffer[8];
+  std::fill(std::begin(buffer), std::end(buffer), u'#');
+  // 8 bytes: three characters, the fourth position untouched.
+  EXPECT_EQ(store->GetString(u"k", buffer, 8), S_OK);
+  EXPECT_EQ(std::u16string(buffer, 8), u"abc#####");
+  std::fill(std::begin(buffer), std::end(buffer), u'#');
+  EXPECT_EQ(store->GetString(u"k", buffer, 14), S_OK);  // exactly (14 / 2) - 1 = 6
+  EXPECT_EQ(std::u16string(buffer, 8), u"abcdef##");
+  std::fill(std::begin(buffer), std::end(buffer), u'#');
+  EXPECT_EQ(store->GetString(u"k", buffer, 16), S_OK);  // shorter: zero padded to 7
+  EXPECT_EQ(std::u16string(buffer, 8), std::u16string(u"abcdef\0#", 8));
+  std::fill(std::begin(buffer), std::end(buffer), u'#');
+  EXPECT_EQ(store->GetString(u"k", buffer, 1), S_OK);  // no room at all
+  EXPECT_EQ(buffer[0], u'#');
+
+  // The local buffer holds 255 characters.
+  const std::u16string long_value(300, u'v');
+  ASSERT_EQ(store->SetString(u"long", long_value.c_str()), S_OK);
+  std::u16string out(400, u'#');
+  EXPECT_EQ(store->GetString(u"long", out.data(), 800), S_OK);
+  EXPECT_EQ(out.substr(0, 256), std::u16string(255, u'v') + u'\0');
+}
+
+TEST_F(OptionStoreTest, CallsBeforeOpen) {
+  LONG number = 9;
+  const unsigned char data[] = {1};
+  EXPECT_EQ(store->SetInt(u"k", 1), S_FALSE);
+  EXPECT_EQ(store->SetString(u"k", u"v"), S_FALSE);
+  EXPECT_EQ(store->SetStruct(u"k", data, 1), S_FALSE);
+  EXPECT_EQ(store->GetInt(u"k", &number), S_FALSE);
+  EXPECT_EQ(number, 9);
+  EXPECT_EQ(log.CountLevel(u"important"), 4u);
+  EXPECT_EQ(FileBytes(), "\xFF\xFE");
+
+  // The readers go to the empty path and find nothing.
+  OLECHAR text[4] = {u'#', u'#', u'#', u'#'};
+  EXPECT_EQ(store->GetString(u"k", text, sizeof text), S_OK);
+  EXPECT_EQ(std::u16string(text, 4), std::u16string(u"\0\0\0#", 4));
+  unsigned char back[1] = {7};
+  EXPECT_EQ(store->GetStruct(u"k", back, 1), E_FAIL);
+  EXPECT_EQ(back[0], 7);
+  EXPECT_EQ(log.CountLevel(u"important"), 4u);
+}
+
+TEST_F(OptionStoreTest, FailuresAndReopening) {
+  log.Clear();
+  EXPECT_EQ(store->Open(nullptr), E_FAIL);
+  EXPECT_EQ(log.CountLevel(u"important"), 1u);
+
+  ASSERT_EQ(store->Open(root.File(u"no/such/User.cfg").c_str()), S_OK);
+  EXPECT_EQ(store->SetInt(u"k", 1), E_FAIL);
+  EXPECT_EQ(store->SetString(u"bad=key", u"v"), E_FAIL);
+
+  ASSERT_EQ(store->Open(root.File(u"wez.cfg").c_str()), S_OK);
+  EXPECT_EQ(store->SetInt(u"k", 12), S_OK);  // a missing file is created in UTF-16
+  EXPECT_EQ(root.ReadBytes("wez.cfg"), "\xFF\xFE" + Utf16Le(u"[Default]\r\nk=12\r\n"));
+  ASSERT_EQ(store->Open(Path().c_str()), S_OK);
+  LONG number = 3;
+  EXPECT_EQ(store->GetInt(u"k", &number), S_OK);
+  EXPECT_EQ(number, 0);
+  EXPECT_EQ(log.CountLevel(u"important"), 1u);
+}
+
+}  // namespace

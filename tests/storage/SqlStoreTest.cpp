@@ -1,0 +1,269 @@
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/Log.h"
+#include "storage/SqlCall.h"
+#include "storage/SqlStore.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+enum { kInsert, kSelectById, kSelectAll, kBroken };
+
+vk::SqlSchema TestSchema() {
+  vk::SqlSchema schema;
+  schema.begin = "BEGIN IMMEDIATE";
+  schema.script = {
+      "CREATE TABLE IF NOT EXISTS item (id INTEGER PRIMARY KEY ON CONFLICT REPLACE, "
+      "label TEXT, weight INTEGER)",
+      "CREATE INDEX IF NOT EXISTS index_item_label ON item(label)",
+  };
+  schema.statements = {
+      u"INSERT INTO [item] VALUES (?, ?, ?)",
+      u"SELECT label, weight FROM [item] WHERE id=?",
+      u"SELECT COUNT(*) FROM [item]",
+      u"SELECT nothing FROM [missing_table]",
+  };
+  return schema;
+}
+
+class SqlStoreTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char pattern[] = "/tmp/vk-sqlstore-XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    dir_ = pattern;
+    path_ = (dir_ / "store.dat").u16string();
+  }
+  void TearDown() override { fs::remove_all(dir_); }
+
+  // Reads a value through a connection of the test's own, not the helper's.
+  std::string Query(const char* sql) {
+    sqlite3* db = nullptr;
+    EXPECT_EQ(sqlite3_open_v2(fs::path(path_).c_str(), &db, SQLITE_OPEN_READONLY, nullptr),
+              SQLITE_OK);
+    sqlite3_stmt* st = nullptr;
+    std::string out;
+    if (sqlite3_prepare_v2(db, sql, -1, &st, nullptr) == SQLITE_OK) {
+      while (sqlite3_step(st) == SQLITE_ROW) {
+        const unsigned char* text = sqlite3_column_text(st, 0);
+        out += text ? reinterpret_cast<const char*>(text) : "NULL";
+        out += ";";
+      }
+    }
+    sqlite3_finalize(st);
+    sqlite3_close(db);
+    return out;
+  }
+
+  static int Insert(vk::SqlStore& store, int64_t id, const char16_t* label, int weight) {
+    vk::SqlCall call(store.Statement(kInsert));
+    call.BindInt64(1, id).BindText(2, std::u16string(label)).BindInt(3, weight);
+    return call.Step();
+  }
+
+  fs::path dir_;
+  std::u16string path_;
+};
+
+TEST_F(SqlStoreTest, OpeningCreatesTheSchemaAndReopeningKeepsTheData) {
+  {
+    vk::SqlStore store(TestSchema());
+    store.SetPath(path_);
+    EXPECT_FALSE(store.IsOpen());
+    store.OpenDb();
+    ASSERT_TRUE(store.IsOpen());
+    EXPECT_TRUE(fs::exists(fs::path(path_)));
+    EXPECT_NE(store.Statement(kInsert), nullptr);
+    EXPECT_NE(store.Statement(kSelectById), nullptr);
+    EXPECT_NE(store.Statement(kSelectAll), nullptr);
+    // A statement that does not prepare stays null without disturbing the others.
+    EXPECT_EQ(store.Statement(kBroken), nullptr);
+    EXPECT_EQ(Insert(store, 1, u"one", 10), SQLITE_DONE);
+    // A second OpenDb on an open store does nothing.
+    sqlite3* before = store.Connection();
+    store.OpenDb();
+    EXPECT_EQ(store.Connection(), before);
+  }
+  EXPECT_EQ(Query("SELECT name FROM sqlite_master ORDER BY name"), "index_item_label;item;");
+  vk::SqlStore again(TestSchema());
+  again.SetPath(path_);
+  again.OpenDb();
+  ASSERT_TRUE(again.IsOpen());
+  again.CloseDb();
+  EXPECT_EQ(Query("SELECT id || ':' || label || ':' || weight FROM item"), "1:one:10;");
+}
+
+TEST_F(SqlStoreTest, InsertWithAnExistingKeyReplacesTheRow) {
+  vk::SqlStore store(TestSchema());
+  store.SetPath(path_);
+  store.OpenDb();
+  EXPECT_EQ(Insert(store, 7, u"first", 1), SQLITE_DONE);
+  EXPECT_EQ(Insert(store, 7, u"second", 2), SQLITE_DONE);
+  // 32-bit identifiers are widened without sign.
+  {
+    vk::SqlCall call(store.Statement(kInsert));
+    call.BindU32(1, 0xFFFFFFFFu).BindText(2, u"max").BindInt(3, 0);
+    EXPECT_EQ(call.Step(), SQLITE_DONE);
+  }
+  store.CloseDb();
+  EXPECT_EQ(Query("SELECT id || ':' || label FROM item ORDER BY id"), "7:second;4294967295:max;");
+}
+
+TEST_F(SqlStoreTest, ClosedOrNeverOpenedStoreHasNoStatementsAndFailsItsBinds) {
+  vk::SqlStore store(TestSchema());
+  store.SetPath(path_);
+  EXPECT_EQ(store.Statement(kInsert), nullptr);
+  {
+    vk::SqlCall call(store.Statement(kInsert));
+    call.BindInt64(1, 1).BindText(2, u"x");
+    EXPECT_FALSE(call.Bound());
+    EXPECT_EQ(call.Step(), vk::SqlCall::kNotStepped);
+  }
+  EXPECT_FALSE(fs::exists(fs::path(path_)));  // the engine was never asked to open it
+  store.OpenDb();
+  store.CloseDb();
+  EXPECT_FALSE(store.IsOpen());
+  EXPECT_EQ(store.Statement(kInsert), nullptr);
+  store.CloseDb();  // closing twice is harmless
+  EXPECT_FALSE(store.IsOpen());
+  // Out-of-range indexes are not statements either.
+  EXPECT_EQ(store.Statement(99), nullptr);
+}
+
+TEST_F(SqlStoreTest, FailedOpenLeavesTheStoreClosed) {
+  vk::SqlStore store(TestSchema());
+  store.SetPath((dir_ / "no-such-folder" / "store.dat").u16string());
+  store.OpenDb();
+  EXPECT_FALSE(store.IsOpen());
+  EXPECT_EQ(store.Statement(kSelectAll), nullptr);
+}
+
+TEST_F(SqlStoreTest, FailedBindSkipsTheStepAndStillResets) {
+  vk::SqlStore store(TestSchema());
+  store.SetPath(path_);
+  store.OpenDb();
+  ASSERT_EQ(Insert(store, 1, u"one", 1), SQLITE_DONE);
+  {
+    // Parameter 9 does not exist: the pass stops there and nothing is written.
+    vk::SqlCall call(store.Statement(kInsert));
+    call.BindInt64(1, 2).BindInt(9, 0).BindText(2, u"never");
+    EXPECT_FALSE(call.Bound());
+    EXPECT_EQ(call.Step(), vk::SqlCall::kNotStepped);
+  }
+  {
+    // A query left mid-cursor by an exception is reset by the call's end.
+    try {
+      vk::SqlCall call(store.Statement(kSelectAll));
+      ASSERT_EQ(call.Step(), SQLITE_ROW);
+      throw std::runtime_error("between step and reset");
+    } catch (const std::runtime_error&) {
+    }
+  }
+  vk::SqlCall count(store.Statement(kSelectAll));
+  ASSERT_EQ(count.Step(), SQLITE_ROW);
+  EXPECT_EQ(count.ColumnInt64(0), 1);
+}
+
+TEST_F(SqlStoreTest, UnboundParametersKeepThePreviousUsesValues) {
+  vk::SqlStore store(TestSchema());
+  store.SetPath(path_);
+  store.OpenDb();
+  ASSERT_EQ(Insert(store, 1, u"one", 42), SQLITE_DONE);
+  {
+    // Only parameters 1 and 2: the weight stays 42 from the previous use.
+    vk::SqlCall call(store.Statement(kInsert));
+    call.BindInt64(1, 2).BindText(2, u"two");
+    EXPECT_EQ(call.Step(), SQLITE_DONE);
+  }
+  vk::SqlCall read(store.Statement(kSelectById));
+  read.BindInt64(1, 2);
+  ASSERT_EQ(read.Step(), SQLITE_ROW);
+  EXPECT_EQ(read.ColumnString(0), u"two");
+  EXPECT_EQ(read.ColumnInt(1), 42);
+}
+
+TEST_F(SqlStoreTest, NeverBoundParameterReadsAsNull) {
+  vk::SqlStore store(TestSchema());
+  store.SetPath(path_);
+  store.OpenDb();
+  {
+    vk::SqlCall call(store.Statement(kInsert));
+    call.BindInt64(1, 5).BindInt(3, 1);
+    EXPECT_EQ(call.Step(), SQLITE_DONE);
+  }
+  vk::SqlCall read(store.Statement(kSelectById));
+  read.BindInt64(1, 5);
+  ASSERT_EQ(read.Step(), SQLITE_ROW);
+  EXPECT_EQ(read.ColumnText(0), nullptr);
+  EXPECT_EQ(read.ColumnString(0), u"");
+}
+
+TEST_F(SqlStoreTest, ExecHandsBackAndReleasesTheEnginesMessage) {
+  vk::SqlStore store(TestSchema());
+  store.SetPath(path_);
+  store.OpenDb();
+  std::u16string error;
+  EXPECT_NE(vk::SqlStore::Exec(store.Connection(), "SELEC nonsense", &error), SQLITE_OK);
+  EXPECT_NE(error.find(u"syntax error"), std::u16string::npos);
+  error.clear();
+  EXPECT_EQ(vk::SqlStore::Exec(store.Connection(), "SELECT 1", &error), SQLITE_OK);
+  EXPECT_TRUE(error.empty());
+}
+
+TEST_F(SqlStoreTest, FailedBeginIsReportedOnlyWhenTheStoreAsksForIt) {
+  std::vector<std::string> lines;
+  vk::DebugSink previous =
+      vk::SetDebugSink([&](const std::string& line) { lines.push_back(line); });
+  vk::SqlSchema quiet = TestSchema();
+  quiet.begin = "BEGIN NONSENSE";
+  vk::SqlStore silent(quiet);
+  silent.SetPath(path_);
+  silent.OpenDb();
+  EXPECT_TRUE(lines.empty());
+  silent.CloseDb();
+
+  vk::SqlSchema loud = quiet;
+  loud.report_begin_error = true;
+  vk::SqlStore store(loud);
+  store.SetPath(path_);
+  store.OpenDb();
+  vk::SetDebugSink(previous);
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_NE(lines[0].find("syntax error"), std::string::npos);
+  // The script still ran statement by statement without the transaction.
+  EXPECT_NE(store.Statement(kInsert), nullptr);
+}
+
+TEST_F(SqlStoreTest, LockedRunsUnderTheLockAndReleasesItWhenTheBodyThrows) {
+  vk::SqlStore store(TestSchema());
+  bool reported = false;
+  bool held_inside = false;
+  HRESULT hr = store.Locked(
+      [&](HRESULT& result) {
+        held_inside = store.Lock().IsHeld();
+        result = S_FALSE;
+        throw 7;
+      },
+      [&] { reported = true; });
+  EXPECT_TRUE(held_inside);
+  EXPECT_TRUE(reported);
+  EXPECT_EQ(hr, S_FALSE);  // the result so far
+  bool other_thread_entered = false;
+  std::thread other([&] {
+    other_thread_entered = store.Lock().TryEnter();
+    if (other_thread_entered) store.Lock().Leave();
+  });
+  other.join();
+  EXPECT_TRUE(other_thread_entered);
+  EXPECT_EQ(store.Locked([](HRESULT&) {}, [] {}), E_FAIL);
+}
+
+}  // namespace

@@ -1,0 +1,108 @@
+#include "tools/vaultkit/DemoCommand.h"
+
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+
+#include "platform/Text.h"
+#include "tools/vaultkit/Commands.h"
+#include "tools/vaultkit/Host.h"
+
+namespace vk::cli {
+namespace {
+
+uint64_t g_fake_now = 0;
+uint64_t FakeClock(void*) {
+  return g_fake_now;
+}
+
+void Banner(const char* text) {
+  std::printf("\n== %s ==\n", text);
+}
+
+void ShowBytes(const std::string& path, size_t limit) {
+  std::ifstream in(path, std::ios::binary);
+  std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  std::printf("%s: %zu bytes:", path.c_str(), bytes.size());
+  for (size_t i = 0; i < bytes.size() && i < limit; ++i) {
+    std::printf(" %02X", static_cast<unsigned char>(bytes[i]));
+  }
+  std::printf(bytes.size() > limit ? " ...\n" : "\n");
+}
+
+}  // namespace
+
+const char* DemoCommand::Help() const {
+  return "usage: vaultkit [--data-root DIR] [--account NAME] demo\n"
+         "Walks through every store the component offers, on ./demo-data and the account\n"
+         "\"alice\" unless --data-root and --account say otherwise, printing each step as the\n"
+         "vaultkit command line that does the same.\n";
+}
+
+int DemoCommand::Step(Host& host, const std::string& command, std::vector<std::string> args) {
+  std::string line = "vaultkit --data-root " + host.DataRoot() +
+                     (host.HasAccount() ? " --account " + host.Account() : "") + " " + command;
+  for (const auto& a : args) line += " " + a;
+  std::printf("\n$ %s\n", line.c_str());
+  std::fflush(stdout);
+  for (auto& c : AllCommands()) {
+    if (command == c->Name()) {
+      int status = c->Run(host, args);
+      std::fflush(stdout);
+      return status;
+    }
+  }
+  return 2;
+}
+
+int DemoCommand::Run(Host& host, const std::vector<std::string>& args) {
+  if (!args.empty()) throw UsageError{"demo takes no arguments"};
+  int failures = 0;
+  auto step = [&](const std::string& command, std::vector<std::string> a) {
+    if (Step(host, command, std::move(a)) != 0) ++failures;
+  };
+
+  Banner("The module, loaded as the client loads it");
+  step("status", {});
+
+  Banner("Options: the global wez.cfg and the account's User.cfg");
+  step("options", {"set", "LastLogin", host.HasAccount() ? host.Account() : "nobody"});
+  step("options", {"set", "AutoLogin", "1"});
+  step("options", {"get", "AutoLogin"});
+  step("options", {"set-struct", "WindowPos", "0A0014001E002800"});
+  step("options", {"get-struct", "WindowPos", "8"});
+  step("options", {"list"});
+  if (host.HasAccount()) {
+    step("options", {"--user", "set", "FontSize", "12"});
+    step("options", {"--user", "list"});
+    ShowBytes(host.DataRoot() + "Accounts/" + host.Account() + "/User.cfg", 24);
+  }
+  ShowBytes(host.DataRoot() + "Accounts/wez.cfg", 24);
+
+  Banner("Readiness and root events");
+  IWEZStore* stores = host.Stores();
+  stores->NotifyOrgStructStatus(1);
+  stores->NotifyUserListStatus(1);
+  std::printf("the client reported: organisation structure ready, user list ready\n");
+  host.Root()->FireMyPresenceChange(1, 0);
+  std::printf("the root fired OnMyPresenceChange(1, 0): the module clears both flags\n");
+  step("status", {});
+
+  Banner("The flush timer");
+  VkSetClock(&FakeClock, nullptr);
+  g_fake_now = VkGetTickCount();
+  int fired = 0;
+  for (int second = 1; second <= 120; ++second) {
+    g_fake_now += 1000;
+    int now_fired = VkPumpMessages();
+    if (now_fired > 0) std::printf("after %3d s of loop time: the flush ran\n", second);
+    fired += now_fired;
+  }
+  VkSetClock(nullptr, nullptr);
+  std::printf("two minutes of loop time, %d flushes\n", fired);
+
+  std::printf("\ndemo finished%s\n", failures == 0 ? "" : " with failures");
+  return failures == 0 ? 0 : 1;
+}
+
+}  // namespace vk::cli

@@ -1,0 +1,124 @@
+#include "tools/vaultkit/Host.h"
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include "client/ModuleSite.h"
+#include "platform/Files.h"
+#include "platform/Text.h"
+#include "tools/vaultkit/Command.h"
+
+namespace vk::cli {
+namespace {
+
+std::string ComponentPath() {
+  if (const char* path = std::getenv("VAULTKIT_COMPONENT"); path != nullptr && *path) return path;
+  // Installed beside the command: ../lib/libvaultkit.so; else the build tree's copy.
+  std::error_code ec;
+  auto self = std::filesystem::read_symlink("/proc/self/exe", ec);
+  if (!ec) {
+    for (auto candidate :
+         {self.parent_path() / "../lib/libvaultkit.so", self.parent_path() / "libvaultkit.so"}) {
+      if (std::filesystem::exists(candidate, ec)) {
+        return std::filesystem::canonical(candidate, ec).string();
+      }
+    }
+  }
+  return VK_COMPONENT_PATH;
+}
+
+std::string Hex(HRESULT hr) {
+  char text[16];
+  std::snprintf(text, sizeof text, "0x%08X", static_cast<unsigned>(hr));
+  return text;
+}
+
+}  // namespace
+
+Host::Host(std::string data_root, std::string account)
+    : data_root_(std::move(data_root)), account_(std::move(account)) {
+  std::error_code ec;
+  std::filesystem::create_directories(data_root_, ec);
+  auto absolute = std::filesystem::absolute(data_root_, ec);
+  if (!ec) data_root_ = absolute.lexically_normal().string();
+  if (data_root_.empty() || data_root_.back() != '/') data_root_ += '/';
+  setenv("VAULTKIT_DATA_ROOT", data_root_.c_str(), 1);
+  root_ = new ClientRoot();
+  root_->SetDataFolder(FromUtf8(data_root_));
+  root_->SetAccount(FromUtf8(account_));
+}
+
+Host::~Host() {
+  if (module_ != nullptr && SUCCEEDED(load_status_)) module_->OnUnload();
+  if (stores_ != nullptr) stores_->Release();
+  if (module_ != nullptr) module_->Release();
+  root_->Release();
+}
+
+// Registers the component when the registry does not already send the module's ProgID to
+// the library this command was built with.
+void Host::EnsureRegistered() {
+  std::string component = ComponentPath();
+  char registry[4096] = {};
+  bool registered = false;
+  CLSID clsid;
+  if (SUCCEEDED(VkRegistryPath(registry, sizeof registry)) &&
+      SUCCEEDED(CLSIDFromProgID(u"Vaultkit.StoreModule", &clsid))) {
+    std::ifstream in(registry);
+    std::stringstream text;
+    text << in.rdbuf();
+    registered = text.str().find(component) != std::string::npos;
+  }
+  if (registered) return;
+  void* library = dlopen(component.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (library == nullptr) {
+    throw std::runtime_error("cannot load the component " + component + ": " + dlerror());
+  }
+  auto reg = reinterpret_cast<PFN_DllRegisterServer>(dlsym(library, "DllRegisterServer"));
+  if (reg == nullptr) throw std::runtime_error(component + " exports no DllRegisterServer");
+  reg();
+}
+
+void Host::Load() {
+  EnsureRegistered();
+  CLSID clsid;
+  HRESULT hr = CLSIDFromProgID(u"Vaultkit.StoreModule", &clsid);
+  if (SUCCEEDED(hr)) {
+    hr = CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IClientModule,
+                          reinterpret_cast<void**>(&module_));
+  }
+  if (FAILED(hr) || module_ == nullptr) {
+    throw std::runtime_error("cannot create Vaultkit.StoreModule: " + Hex(hr));
+  }
+  module_->QueryInterface(IID_IWEZStore, reinterpret_cast<void**>(&stores_));
+  auto* site = new ModuleSite(root_);
+  load_status_ = module_->OnLoad(static_cast<IModuleSite*>(site));
+  site->Release();
+  if (HasAccount()) account_status_ = module_->OnAccountChange();
+}
+
+std::u16string Host::AccountFile(const std::string& relative) const {
+  if (!HasAccount()) throw UsageError{"this command needs --account NAME"};
+  if (account_ == "." || account_ == ".." || account_.find_first_of("/\\") != std::string::npos) {
+    throw UsageError{"'" + account_ + "' is not an account name"};
+  }
+  return FromUtf8(data_root_ + "Accounts/" + account_ + "/" + relative);
+}
+
+IUnknown* Host::CreateByProgId(const char16_t* prog_id, REFIID riid) {
+  CLSID clsid;
+  void* object = nullptr;
+  if (FAILED(CLSIDFromProgID(prog_id, &clsid)) ||
+      FAILED(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, riid, &object))) {
+    return nullptr;
+  }
+  return static_cast<IUnknown*>(object);
+}
+
+}  // namespace vk::cli

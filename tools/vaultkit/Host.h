@@ -1,0 +1,67 @@
+// The vaultkit command as the component's client: registers the component when needed,
+// creates the module by its ProgID, plays the root object and site, and hands the
+// subcommands their stores.
+#pragma once
+
+#include <string>
+
+#include "client/ClientRoot.h"
+#include "vaultkit/vaultkit.h"
+
+namespace vk::cli {
+
+class Host {
+ public:
+  // `account` empty: the default account folder only, no account change.
+  Host(std::string data_root, std::string account);
+  ~Host();
+  Host(const Host&) = delete;
+  Host& operator=(const Host&) = delete;
+
+  // Registers, creates the module and runs OnLoad and (with an account) OnAccountChange.
+  // Throws std::runtime_error when the component cannot be reached at all.
+  void Load();
+  HRESULT LoadStatus() const { return load_status_; }
+  HRESULT AccountStatus() const { return account_status_; }
+
+  IClientModule* Module() const { return module_; }
+  IWEZStore* Stores() const { return stores_; }
+  ClientRoot* Root() const { return root_; }
+  const std::string& DataRoot() const { return data_root_; }
+  const std::string& Account() const { return account_; }
+  bool HasAccount() const { return !account_.empty(); }
+  // data root + "Accounts/<account>/<relative>"; throws UsageError without an account.
+  std::u16string AccountFile(const std::string& relative) const;
+
+  // A store reached through the module; while the module's load cannot reach it yet, the
+  // store is created by its ProgID and opened on its file (`open` does that).
+  template <typename I, typename Get, typename Open>
+  I* Store(Get get, const char16_t* prog_id, Open open);
+
+  IUnknown* CreateByProgId(const char16_t* prog_id, REFIID riid);
+
+ private:
+  void EnsureRegistered();
+
+  std::string data_root_;
+  std::string account_;
+  ClientRoot* root_ = nullptr;
+  IClientModule* module_ = nullptr;
+  IWEZStore* stores_ = nullptr;
+  HRESULT load_status_ = E_FAIL;
+  HRESULT account_status_ = S_FALSE;
+};
+
+template <typename I, typename Get, typename Open>
+I* Host::Store(Get get, const char16_t* prog_id, Open open) {
+  I* store = nullptr;
+  if (stores_ != nullptr && SUCCEEDED(get(stores_, &store)) && store != nullptr) return store;
+  store = static_cast<I*>(CreateByProgId(prog_id, InterfaceId<I>::Get()));
+  if (store != nullptr && FAILED(open(store))) {
+    store->Release();
+    store = nullptr;
+  }
+  return store;
+}
+
+}  // namespace vk::cli
