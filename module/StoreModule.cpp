@@ -184,8 +184,7 @@ HRESULT CStoreModule::OnLoad(IUnknown* site) {
   }
   std::u16string wez_cfg = data_root + kAccounts + NormalizeSeparators(u"\\wez.cfg");
   EnsureOptionFile(wez_cfg);
-  global_options_->Open(wez_cfg.c_str());
-  global_options_path_ = wez_cfg;
+  Opened(global_options_, wez_cfg, global_options_->Open(wez_cfg.c_str()));
 
   hr = VK_QUIET_GUARD({
     HRESULT taken = TakeSiteAndRoot(site);
@@ -251,12 +250,15 @@ HRESULT CStoreModule::OpenDefaultAccountStores() {
     if (FAILED(hr)) VK_REPORT_ASSERT();
     return FAILED(hr);
   };
-  if (failed(group_company_->Initialize(paths_[kGroup].c_str(), 1)) ||
-      failed(group_friend_->Initialize(paths_[kFriendGroup].c_str(), 2)) ||
-      failed(group_recent_->Initialize(paths_[kRecentGroup].c_str(), 3)) ||
-      failed(group_user_defined_->Initialize(paths_[kUserDefinedGroup].c_str(), 4)) ||
-      failed(profile_->Initialize(paths_[kWEZProfile].c_str())) ||
-      failed(group_external_->Initialize(paths_[kWEZExtGroup].c_str(), 6))) {
+  auto group = [&](IWEZGroupStore* store, PathSlot slot, LONG kind) {
+    return Opened(store, paths_[slot], store->Initialize(paths_[slot].c_str(), kind));
+  };
+  if (failed(group(group_company_, kGroup, 1)) || failed(group(group_friend_, kFriendGroup, 2)) ||
+      failed(group(group_recent_, kRecentGroup, 3)) ||
+      failed(group(group_user_defined_, kUserDefinedGroup, 4)) ||
+      failed(Opened(profile_, paths_[kWEZProfile],
+                    profile_->Initialize(paths_[kWEZProfile].c_str()))) ||
+      failed(group(group_external_, kWEZExtGroup, 6))) {
     return E_FAIL;
   }
   return S_OK;
@@ -307,51 +309,60 @@ HRESULT CStoreModule::OnAccountChange() {
 HRESULT CStoreModule::OpenAccountStores() {
   // A store whose class is not built yet is missing: that counts as a failed step rather
   // than a call through an empty reference.
-  auto open = [](auto* store, auto&& call) -> bool {
-    HRESULT hr = store == nullptr ? E_FAIL : call(store);
+  auto open = [&](auto* store, PathSlot slot, auto&& call) -> bool {
+    HRESULT hr = store == nullptr ? E_FAIL : Opened(store, paths_[slot], call(store));
     if (FAILED(hr)) VK_REPORT_ASSERT();
     return SUCCEEDED(hr);
   };
   auto group = [&](IWEZGroupStore* store, PathSlot slot, LONG kind) {
-    return open(store,
+    return open(store, slot,
                 [&](IWEZGroupStore* s) { return s->Initialize(paths_[slot].c_str(), kind); });
   };
-  auto with_root = [&](auto* store, PathSlot slot) {
-    return open(store, [&](auto* s) { return s->Initialize(paths_[slot].c_str(), root_); });
+  auto plain = [&](auto* store, PathSlot slot) {
+    return open(store, slot, [&](auto* s) { return s->Initialize(paths_[slot].c_str()); });
   };
-  auto allocated = [&](auto* store, PathSlot slot) {
-    return open(store, [&](auto* s) {
+  auto with_root = [&](auto* store, PathSlot slot) {
+    return open(store, slot, [&](auto* s) { return s->Initialize(paths_[slot].c_str(), root_); });
+  };
+  // The item, buddy profile and dialog stores take their path as an allocated string.
+  auto allocated = [&](auto* store, PathSlot slot, auto... root) {
+    return open(store, slot, [&](auto* s) {
       BSTR path = SysAllocString(paths_[slot].c_str());
-      HRESULT hr = s->Initialize(path);
+      HRESULT hr = s->Initialize(path, root...);
       SysFreeString(path);
       return hr;
     });
   };
-  bool ok =
-      open(revert_dialogs_,
-           [&](IRevertDialogStore* s) {
-             BSTR path = SysAllocString(paths_[kRevertDialog].c_str());
-             HRESULT hr = s->Initialize(path, root_);
-             SysFreeString(path);
-             return hr;
-           }) &&
-      group(group_company_, kGroup, 1) && group(group_mobile_, kMobileGroup, 5) &&
-      group(group_friend_, kFriendGroup, 2) && group(group_recent_, kRecentGroup, 3) &&
-      group(group_user_defined_, kUserDefinedGroup, 4) &&
-      open(user_options_, [&](IOptionStore* s) { return s->Open(paths_[kUserCfg].c_str()); }) &&
-      open(profile_,
-           [&](IWEZProfileStore* s) { return s->Initialize(paths_[kWEZProfile].c_str()); }) &&
-      open(mobile_profile_,
-           [&](IMobileProfileStore* s) { return s->Initialize(paths_[kMobileProfile].c_str()); }) &&
-      group(group_external_, kWEZExtGroup, 6) && allocated(items_, kWEZExtBuddy) &&
-      with_root(user_list_, kUserList5) && with_root(user_grid_, kUserGrid) &&
-      with_root(dept_leader_, kLeader);
+  bool ok = allocated(revert_dialogs_, kRevertDialog, root_) && group(group_company_, kGroup, 1) &&
+            group(group_mobile_, kMobileGroup, 5) && group(group_friend_, kFriendGroup, 2) &&
+            group(group_recent_, kRecentGroup, 3) &&
+            group(group_user_defined_, kUserDefinedGroup, 4) &&
+            open(user_options_, kUserCfg,
+                 [&](IOptionStore* s) { return s->Open(paths_[kUserCfg].c_str()); }) &&
+            plain(profile_, kWEZProfile) && plain(mobile_profile_, kMobileProfile) &&
+            group(group_external_, kWEZExtGroup, 6) && allocated(items_, kWEZExtBuddy) &&
+            with_root(user_list_, kUserList5) && with_root(user_grid_, kUserGrid) &&
+            with_root(dept_leader_, kLeader);
   if (!ok) return E_FAIL;
   if (!IsFileExist(paths_[kWEZProfilePro])) return E_FAIL;  // ends silently
   if (!allocated(buddy_profile_, kWEZProfilePro)) return E_FAIL;
-  if (key_depts_ != nullptr) key_depts_->Initialize(paths_[kKeyDepts].c_str(), root_);
-  if (portal_ != nullptr) portal_->Initialize(paths_[kEPortal].c_str(), root_);
+  // The results of these two are not checked.
+  if (key_depts_ != nullptr) {
+    Opened(key_depts_, paths_[kKeyDepts], key_depts_->Initialize(paths_[kKeyDepts].c_str(), root_));
+  }
+  if (portal_ != nullptr) {
+    Opened(portal_, paths_[kEPortal], portal_->Initialize(paths_[kEPortal].c_str(), root_));
+  }
   return S_OK;
+}
+
+HRESULT CStoreModule::Opened(IUnknown* store, const std::u16string& path, HRESULT hr) {
+  if (SUCCEEDED(hr)) {
+    opened_[store] = path;
+  } else {
+    opened_.erase(store);  // a failed opening leaves the store closed
+  }
+  return hr;
 }
 
 HRESULT CStoreModule::OnCommand(LONG, LONG, LONG, LONG, LONG, LONG, LONG, LONG, LONG, LONG, LONG,
@@ -504,25 +515,25 @@ HRESULT CStoreModule::GetLocalOffMsgStore(ILocalOffMsgStore** store) {
 
 std::vector<CStoreModule::StoreRow> CStoreModule::StoreRows() const {
   return {
-      {u"user list", user_list_, paths_[kUserList5]},
-      {u"user grid", user_grid_, paths_[kUserGrid]},
-      {u"key departments", key_depts_, paths_[kKeyDepts]},
-      {u"department leaders", dept_leader_, paths_[kLeader]},
-      {u"portal", portal_, paths_[kEPortal]},
-      {u"company groups (1)", group_company_, paths_[kGroup]},
-      {u"frequent contacts (2)", group_friend_, paths_[kFriendGroup]},
-      {u"recent contacts (3)", group_recent_, paths_[kRecentGroup]},
-      {u"user-defined groups (4)", group_user_defined_, paths_[kUserDefinedGroup]},
-      {u"mobile groups (5)", group_mobile_, paths_[kMobileGroup]},
-      {u"external groups (6)", group_external_, paths_[kWEZExtGroup]},
-      {u"global options", global_options_, global_options_path_},
-      {u"user options", user_options_, paths_[kUserCfg]},
-      {u"profiles", profile_, paths_[kWEZProfile]},
-      {u"mobile profiles", mobile_profile_, paths_[kMobileProfile]},
-      {u"items", items_, paths_[kWEZExtBuddy]},
-      {u"buddy profiles", buddy_profile_, paths_[kWEZProfilePro]},
-      {u"reply-pending dialogs", revert_dialogs_, paths_[kRevertDialog]},
-      {u"offline messages", offline_messages_, u""},
+      {u"user list", user_list_},
+      {u"user grid", user_grid_},
+      {u"key departments", key_depts_},
+      {u"department leaders", dept_leader_},
+      {u"portal", portal_},
+      {u"company groups (1)", group_company_},
+      {u"frequent contacts (2)", group_friend_},
+      {u"recent contacts (3)", group_recent_},
+      {u"user-defined groups (4)", group_user_defined_},
+      {u"mobile groups (5)", group_mobile_},
+      {u"external groups (6)", group_external_},
+      {u"global options", global_options_},
+      {u"user options", user_options_},
+      {u"profiles", profile_},
+      {u"mobile profiles", mobile_profile_},
+      {u"items", items_},
+      {u"buddy profiles", buddy_profile_},
+      {u"reply-pending dialogs", revert_dialogs_},
+      {u"offline messages", offline_messages_},
   };
 }
 
@@ -536,9 +547,11 @@ HRESULT CStoreModule::GetStoreInfo(LONG index, BSTR* name, LONG* present, BSTR* 
   auto rows = StoreRows();
   if (index < 0 || static_cast<size_t>(index) >= rows.size()) return E_INVALIDARG;
   const StoreRow& row = rows[index];
+  auto opened = opened_.find(row.store);
   if (name != nullptr) *name = SysAllocString(row.name);
   if (present != nullptr) *present = row.store != nullptr;
-  if (path != nullptr) *path = SysAllocString(row.path.c_str());
+  if (path != nullptr)
+    *path = SysAllocString(opened == opened_.end() ? u"" : opened->second.c_str());
   return S_OK;
 }
 

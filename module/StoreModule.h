@@ -4,6 +4,7 @@
 #pragma once
 
 #include <array>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -93,9 +94,10 @@ class CStoreModule : public AutomationObject<IClientModule, IWEZStore, IModuleDi
   struct StoreRow {
     const char16_t* name;
     IUnknown* store;
-    std::u16string path;
   };
   std::vector<StoreRow> StoreRows() const;
+  // Records the path of a successful opening; answers hr.
+  HRESULT Opened(IUnknown* store, const std::u16string& path, HRESULT hr);
   HRESULT TakeSiteAndRoot(IUnknown* site);
   HRESULT CreateStores();
   HRESULT OpenDefaultAccountStores();
@@ -129,7 +131,8 @@ class CStoreModule : public AutomationObject<IClientModule, IWEZStore, IModuleDi
   IModuleSite* site_ = nullptr;
   RootEventSink* sink_ = nullptr;
   std::array<std::u16string, kPathCount> paths_;
-  std::u16string global_options_path_;
+  // The file each store was last opened on successfully (diagnostics only).
+  std::map<const IUnknown*, std::u16string> opened_;
   LONG org_struct_ready_ = 0;
   LONG user_list_ready_ = 0;
 };

@@ -12,7 +12,7 @@
 #include "storage/SqlStore.h"
 #include "vaultkit/IUserList.h"
 
-class CUserList : public vk::ComObject<IUserList> {
+class CUserList : public vk::ComObject<IUserList, IUserListSync> {
  public:
   CUserList();
   ~CUserList() override;
@@ -51,6 +51,10 @@ class CUserList : public vk::ComObject<IUserList> {
   // Blocks until every search-list reader started so far has ended. For callers that need
   // the lists to reflect the database (tests, the command line); operations never wait.
   void WaitForReaders() { shared_->WaitForReaders(); }
+  HRESULT WaitForSearchLists() override {
+    WaitForReaders();
+    return S_OK;
+  }
   // The state the readers share, so that a test can outlive the object and still wait.
   std::shared_ptr<vk::UserListShared> SharedState() const { return shared_; }
   bool IsDbLockHeld() const { return db_.Lock().IsHeld(); }

@@ -58,8 +58,15 @@ VK_METHOD(SearchUsers)(VK_THIS_ LPCOLESTR prefix, BSTR* matches, BSTR* reserved)
 VK_METHOD(GetNameByNick)(VK_THIS_ LPCOLESTR nick, BSTR* name) VK_PURE;
 VK_END
 
+/* For tools and tests that need the search lists to reflect the database: waits until
+ * every search-list reader started so far has ended. Operations of IUserList never wait. */
+VK_INTERFACE_(IUserListSync, IUnknown)
+VK_BEGIN VK_IUNKNOWN_METHODS(IUserListSync) VK_METHOD(WaitForSearchLists)(VK_THIS) VK_PURE;
+VK_END
+
 #ifdef __cplusplus
 VK_INTERFACE_ID(IUserList, IID_IUserList)
+VK_INTERFACE_ID(IUserListSync, IID_IUserListSync)
 #endif
 
 #endif

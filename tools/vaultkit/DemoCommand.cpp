@@ -7,6 +7,7 @@
 #include "platform/Text.h"
 #include "tools/vaultkit/Commands.h"
 #include "tools/vaultkit/Host.h"
+#include "tools/vaultkit/StoreAccess.h"
 
 namespace vk::cli {
 namespace {
@@ -28,6 +29,12 @@ void ShowBytes(const std::string& path, size_t limit) {
     std::printf(" %02X", static_cast<unsigned char>(bytes[i]));
   }
   std::printf(bytes.size() > limit ? " ...\n" : "\n");
+}
+
+void ShowText(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  std::printf("  %s\n", bytes.empty() ? "(empty)" : vk::ToUtf8(vk::FromAnsi(bytes)).c_str());
 }
 
 }  // namespace
@@ -78,6 +85,43 @@ int DemoCommand::Run(Host& host, const std::vector<std::string>& args) {
     ShowBytes(host.DataRoot() + "Accounts/" + host.Account() + "/User.cfg", 24);
   }
   ShowBytes(host.DataRoot() + "Accounts/wez.cfg", 24);
+
+  if (host.HasAccount()) {
+    const std::string samples = VK_SAMPLES_DIR;
+    Banner("The organisation directory");
+    step("users", {"import", samples + "/org.xml"});
+    step("users", {"search", "zh"});
+    step("users", {"dept", "100"});
+    step("users", {"find", "lisi"});
+    step("users", {"depts"});
+
+    Banner("The user grid: changes wait in memory for the flush");
+    {
+      ComRef<IUserGrid> grid = OpenUserGrid(host);
+      std::string file = host.DataRoot() + "Accounts/" + host.Account() + "/UserGrid.xml";
+      grid->SetGrid(u"zhangsan", 42);
+      std::printf("SetGrid(zhangsan, 42) done; %s before the flush:\n", file.c_str());
+      ShowText(file);
+      grid->Close();
+      std::printf("after the flush (Close, which the module runs every 60 s):\n");
+      ShowText(file);
+    }
+    step("grid", {"get", "zhangsan"});
+
+    Banner("Key departments and department leaders");
+    step("keydepts", {"set", "lisi", "100", "101"});
+    step("keydepts", {"get", "lisi"});
+    step("leader", {"set", "100", "3", "10002"});
+    step("leader", {"set", "100", "2", "10003"});
+    std::printf("(an older version does not replace the leader)\n");
+    step("leader", {"get", "100"});
+
+    Banner("The enterprise portal in the client's three languages");
+    step("portal", {"install", samples + "/EPortal.xml"});
+    step("portal", {"show"});
+    step("portal", {"show", "--language", "1"});
+    step("portal", {"show", "--language", "2"});
+  }
 
   Banner("Readiness and root events");
   IWEZStore* stores = host.Stores();

@@ -121,4 +121,24 @@ IUnknown* Host::CreateByProgId(const char16_t* prog_id, REFIID riid) {
   return static_cast<IUnknown*>(object);
 }
 
+std::u16string Host::OpenedFile(const char16_t* row) const {
+  IModuleDiagnostics* diagnostics = nullptr;
+  if (module_ == nullptr || FAILED(module_->QueryInterface(
+                                IID_IModuleDiagnostics, reinterpret_cast<void**>(&diagnostics)))) {
+    return u"";
+  }
+  std::u16string file;
+  LONG count = 0;
+  diagnostics->GetStoreCount(&count);
+  for (LONG i = 0; i < count; ++i) {
+    BSTR name = nullptr, path = nullptr;
+    diagnostics->GetStoreInfo(i, &name, nullptr, &path);
+    if (name != nullptr && std::u16string(name) == row) file = path == nullptr ? u"" : path;
+    SysFreeString(name);
+    SysFreeString(path);
+  }
+  diagnostics->Release();
+  return file;
+}
+
 }  // namespace vk::cli

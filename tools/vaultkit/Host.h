@@ -33,10 +33,13 @@ class Host {
   // data root + "Accounts/<account>/<relative>"; throws UsageError without an account.
   std::u16string AccountFile(const std::string& relative) const;
 
-  // A store reached through the module; while the module's load cannot reach it yet, the
-  // store is created by its ProgID and opened on its file (`open` does that).
+  // A store reached through the module. While the module has not opened it (its load or
+  // account change stopped before it), the store is created by its ProgID and opened on
+  // its file (`open` does that). `row` names the store in the module's diagnostics.
   template <typename I, typename Get, typename Open>
-  I* Store(Get get, const char16_t* prog_id, Open open);
+  I* Store(const char16_t* row, Get get, const char16_t* prog_id, Open open);
+  // The file the module has the store of diagnostics row `row` open on; empty when none.
+  std::u16string OpenedFile(const char16_t* row) const;
 
   IUnknown* CreateByProgId(const char16_t* prog_id, REFIID riid);
 
@@ -53,9 +56,12 @@ class Host {
 };
 
 template <typename I, typename Get, typename Open>
-I* Host::Store(Get get, const char16_t* prog_id, Open open) {
+I* Host::Store(const char16_t* row, Get get, const char16_t* prog_id, Open open) {
   I* store = nullptr;
-  if (stores_ != nullptr && SUCCEEDED(get(stores_, &store)) && store != nullptr) return store;
+  if (stores_ != nullptr && !OpenedFile(row).empty() && SUCCEEDED(get(stores_, &store)) &&
+      store != nullptr) {
+    return store;
+  }
   store = static_cast<I*>(CreateByProgId(prog_id, InterfaceId<I>::Get()));
   if (store != nullptr && FAILED(open(store))) {
     store->Release();

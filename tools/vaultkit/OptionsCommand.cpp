@@ -63,9 +63,11 @@ int OptionsCommand::Run(Host& host, const std::vector<std::string>& all) {
   auto open = [&](IOptionStore* s) { return s->Open(path.c_str()); };
   IOptionStore* store =
       user ? host.Store<IOptionStore>(
+                 u"user options",
                  [](IWEZStore* m, IOptionStore** s) { return m->GetUserOptionStore(s); },
                  u"IOptionStore", open)
            : host.Store<IOptionStore>(
+                 u"global options",
                  [](IWEZStore* m, IOptionStore** s) { return m->GetOptionStore(s); },
                  u"IOptionStore", open);
   if (store == nullptr) {

@@ -52,8 +52,8 @@ int StatusCommand::Run(Host& host, const std::vector<std::string>& args) {
   std::printf("load:            %s (0x%08X)\n", Outcome(host.LoadStatus()),
               static_cast<unsigned>(host.LoadStatus()));
   if (host.HasAccount()) {
-    std::printf("account:         %s, change %s\n", host.Account().c_str(),
-                Outcome(host.AccountStatus()));
+    std::printf("account:         %s (OnAccountChange answered 0x%08X)\n", host.Account().c_str(),
+                static_cast<unsigned>(host.AccountStatus()));
   }
 
   IModuleDiagnostics* diagnostics = nullptr;
