@@ -133,8 +133,8 @@ int DemoCommand::Run(Host& host, const std::vector<std::string>& args) {
   step("status", {});
 
   Banner("The flush timer");
-  VkSetClock(&FakeClock, nullptr);
   g_fake_now = VkGetTickCount();
+  VkSetClock(&FakeClock, nullptr);
   int fired = 0;
   for (int second = 1; second <= 120; ++second) {
     g_fake_now += 1000;
