@@ -23,6 +23,7 @@ std::string GuardTraceLine(const char* file, unsigned line);
 #define VK_REPORT_ASSERT() ::vk::ReportAssert(__FILE__, __LINE__)
 // Quiet guard: trace line only. Reporting guard: trace line and assertion report.
 #define VK_QUIET_GUARD(...) ::vk::Guarded(__FILE__, __LINE__, false, [&]() -> HRESULT __VA_ARGS__)
-#define VK_REPORTING_GUARD(...) ::vk::Guarded(__FILE__, __LINE__, true, [&]() -> HRESULT __VA_ARGS__)
+#define VK_REPORTING_GUARD(...) \
+  ::vk::Guarded(__FILE__, __LINE__, true, [&]() -> HRESULT __VA_ARGS__)
 
 #include "platform/AssertImpl.h"

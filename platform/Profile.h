@@ -16,8 +16,8 @@ uint32_t GetPrivateProfileStringW(const char16_t* section, const char16_t* key,
                                   const char16_t* fallback, char16_t* out, uint32_t size,
                                   const char16_t* path);
 // Writes key=value into the section (creating both as needed); a null value deletes the key.
-bool WritePrivateProfileStringW(const char16_t* section, const char16_t* key,
-                                const char16_t* value, const char16_t* path);
+bool WritePrivateProfileStringW(const char16_t* section, const char16_t* key, const char16_t* value,
+                                const char16_t* path);
 // Structures: each byte as two upper-case hex digits, then the checksum byte (low eight
 // bits of the byte sum) as two more. The reader rejects a wrong length or checksum.
 bool WritePrivateProfileStructW(const char16_t* section, const char16_t* key, const void* data,

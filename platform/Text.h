@@ -9,8 +9,8 @@ namespace vk {
 
 std::string ToUtf8(std::u16string_view text);
 std::u16string FromUtf8(std::string_view text);
-std::string ToAnsi(std::u16string_view text);      // GBK; unmappable characters become '?'
-std::u16string FromAnsi(std::string_view bytes);   // GBK
+std::string ToAnsi(std::u16string_view text);     // GBK; unmappable characters become '?'
+std::u16string FromAnsi(std::string_view bytes);  // GBK
 char16_t WideToLower(char16_t c);
 std::u16string WideToLower(std::u16string_view text);
 // printf-style formatting into a wide string ("%s" takes const char16_t*, "%S" const char*).

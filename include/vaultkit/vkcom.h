@@ -247,9 +247,9 @@ VK_EXTERN_C_END
 #define VK_IDISPATCH_METHODS(name)                                                     \
   HRESULT (*GetTypeInfoCount)(name * This, UINT * count);                              \
   HRESULT (*GetTypeInfo)(name * This, UINT index, LCID lcid, void** info);             \
-  HRESULT (*GetIDsOfNames)                                                             \
+  HRESULT(*GetIDsOfNames)                                                              \
   (name * This, const IID* riid, LPOLESTR* names, UINT count, LCID lcid, DISPID* ids); \
-  HRESULT (*Invoke)                                                                    \
+  HRESULT(*Invoke)                                                                     \
   (name * This, DISPID id, const IID* riid, LCID lcid, WORD flags, DISPPARAMS* params, \
    VARIANT* result, EXCEPINFO* excep, UINT* arg_err);
 #endif
