@@ -38,6 +38,21 @@ bool ReadText(const VARIANT* v, const OLECHAR** out) {
   return false;
 }
 
+// The source's connection point for the root events, with a reference; null when it has none.
+IConnectionPoint* RootEventsPoint(IUnknown* source) {
+  IConnectionPointContainer* container = nullptr;
+  if (source == nullptr ||
+      FAILED(source->QueryInterface(IID_IConnectionPointContainer,
+                                    reinterpret_cast<void**>(&container))) ||
+      container == nullptr) {
+    return nullptr;
+  }
+  IConnectionPoint* point = nullptr;
+  HRESULT hr = container->FindConnectionPoint(IID_IClientRootEvents, &point);
+  container->Release();
+  return FAILED(hr) ? nullptr : point;
+}
+
 }  // namespace
 
 RootEventSink::~RootEventSink() {
@@ -51,19 +66,10 @@ void* RootEventSink::FindExtraInterface(REFIID riid) {
 
 bool RootEventSink::Connect(IUnknown* source) {
   if (source_ != nullptr) return true;
-  if (source == nullptr) return false;
-  IConnectionPointContainer* container = nullptr;
-  if (FAILED(source->QueryInterface(IID_IConnectionPointContainer,
-                                    reinterpret_cast<void**>(&container))) ||
-      container == nullptr) {
-    return false;
-  }
-  IConnectionPoint* point = nullptr;
-  HRESULT hr = container->FindConnectionPoint(IID_IClientRootEvents, &point);
-  container->Release();
-  if (FAILED(hr) || point == nullptr) return false;
+  IConnectionPoint* point = RootEventsPoint(source);
+  if (point == nullptr) return false;
   DWORD cookie = 0;
-  hr = point->Advise(static_cast<IDispatch*>(this), &cookie);
+  HRESULT hr = point->Advise(static_cast<IDispatch*>(this), &cookie);
   point->Release();
   if (FAILED(hr)) {
     cookie_ = 0;
@@ -77,17 +83,9 @@ bool RootEventSink::Connect(IUnknown* source) {
 bool RootEventSink::Disconnect() {
   // Below two references the source has already let go of the sink.
   if (source_ == nullptr || RefCount() < 2) return true;
-  IConnectionPointContainer* container = nullptr;
-  if (FAILED(source_->QueryInterface(IID_IConnectionPointContainer,
-                                     reinterpret_cast<void**>(&container))) ||
-      container == nullptr) {
-    return false;
-  }
-  IConnectionPoint* point = nullptr;
-  HRESULT hr = container->FindConnectionPoint(IID_IClientRootEvents, &point);
-  container->Release();
-  if (FAILED(hr) || point == nullptr) return false;
-  hr = point->Unadvise(cookie_);
+  IConnectionPoint* point = RootEventsPoint(source_);
+  if (point == nullptr) return false;
+  HRESULT hr = point->Unadvise(cookie_);
   point->Release();
   if (FAILED(hr)) return false;
   source_ = nullptr;

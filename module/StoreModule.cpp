@@ -33,6 +33,12 @@ HRESULT HandOut(I* held, I** out) {
   return S_OK;
 }
 
+// The accessors with a presence check: E_FAIL while the store is missing.
+template <typename I>
+HRESULT HandOutHeld(I* held, I** out) {
+  return held == nullptr ? E_FAIL : HandOut(held, out);
+}
+
 template <typename I>
 HRESULT CreateStore(const CLSID& clsid, I*& slot) {
   if (slot != nullptr) return S_OK;
@@ -433,7 +439,7 @@ HRESULT CStoreModule::GetMobileProfileStore(IMobileProfileStore** store) {
 
 HRESULT CStoreModule::GetItemStore(IWEZItemStore** store) {
   VK_CHECK_OUT(store);
-  return items_ == nullptr ? E_FAIL : HandOut(items_, store);
+  return HandOutHeld(items_, store);
 }
 
 // The option, portal and offline-message accessors hand out whatever is held: those stores
@@ -450,7 +456,7 @@ HRESULT CStoreModule::GetUserOptionStore(IOptionStore** store) {
 
 HRESULT CStoreModule::GetUserList(IUserList** store) {
   VK_CHECK_OUT(store);
-  return user_list_ == nullptr ? E_FAIL : HandOut(user_list_, store);
+  return HandOutHeld(user_list_, store);
 }
 
 HRESULT CStoreModule::GetPortalStore(IPortalStore** store) {
@@ -471,22 +477,22 @@ HRESULT CStoreModule::GetGroupStore(IWEZGroupStore** store, LONG kind) {
 
 HRESULT CStoreModule::GetProfileProStore(IWEZProfileProStore** store) {
   VK_CHECK_OUT(store);
-  return buddy_profile_ == nullptr ? E_FAIL : HandOut(buddy_profile_, store);
+  return HandOutHeld(buddy_profile_, store);
 }
 
 HRESULT CStoreModule::GetUserGrid(IUserGrid** store) {
   VK_CHECK_OUT(store);
-  return user_grid_ == nullptr ? E_FAIL : HandOut(user_grid_, store);
+  return HandOutHeld(user_grid_, store);
 }
 
 HRESULT CStoreModule::GetKeyDeptsStore(IKeyDepts** store) {
   VK_CHECK_OUT(store);
-  return key_depts_ == nullptr ? E_FAIL : HandOut(key_depts_, store);
+  return HandOutHeld(key_depts_, store);
 }
 
 HRESULT CStoreModule::GetDeptLeader(IDeptLeader** store) {
   VK_CHECK_OUT(store);
-  return dept_leader_ == nullptr ? E_FAIL : HandOut(dept_leader_, store);
+  return HandOutHeld(dept_leader_, store);
 }
 
 HRESULT CStoreModule::NotifyOrgStructStatus(LONG status) {
@@ -503,7 +509,7 @@ HRESULT CStoreModule::NotifyUserListStatus(LONG status) {
 
 HRESULT CStoreModule::GetRevertDialogStore(IRevertDialogStore** store) {
   VK_CHECK_OUT(store);
-  return revert_dialogs_ == nullptr ? E_FAIL : HandOut(revert_dialogs_, store);
+  return HandOutHeld(revert_dialogs_, store);
 }
 
 HRESULT CStoreModule::GetLocalOffMsgStore(ILocalOffMsgStore** store) {
