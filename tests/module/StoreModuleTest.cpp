@@ -231,6 +231,25 @@ TEST_F(ModuleTest, LoadingTwiceConnectsOnceAndUnloadDisconnects) {
   EXPECT_EQ(module->OrgStructReady(), 1);
 }
 
+TEST_F(ModuleTest, FlushTimerClosesTheStoresEverySixtySecondsOfLoopTime) {
+  module->OnLoad(static_cast<IModuleSite*>(site));
+  IUserGrid* grid = nullptr;
+  ASSERT_EQ(module->GetUserGrid(&grid), S_OK);
+  std::u16string path = data.Path() + u"grid.xml";
+  ASSERT_EQ(grid->Initialize(path.c_str(), static_cast<IClientRoot*>(root)), S_OK);
+  ASSERT_EQ(grid->SetGrid(u"zhangsan", 42), S_OK);
+  auto on_disk = [&] { return data.ReadBytes("grid.xml").value_or(""); };
+  for (int second = 1; second < 60; ++second) {
+    clock.Advance(1000);
+    VkPumpMessages();
+  }
+  EXPECT_EQ(on_disk().find("Grid=\"42\""), std::string::npos) << "flushed before 60 s";
+  clock.Advance(1000);
+  VkPumpMessages();
+  EXPECT_NE(on_disk().find("Grid=\"42\""), std::string::npos) << "not flushed at 60 s";
+  grid->Release();
+}
+
 TEST_F(ModuleTest, LastModuleConstructedIsTheProcessWideInstance) {
   EXPECT_EQ(CStoreModule::Instance(), module);
   auto* second = new CStoreModule();
