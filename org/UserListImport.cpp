@@ -2,6 +2,7 @@
 
 #include <libxml/parser.h>
 #include <libxml/tree.h>
+#include <libxml/xmlreader.h>
 #include <stdio.h>
 
 #include <cstring>
@@ -15,19 +16,45 @@
 #include "storage/SqlCall.h"
 #include "storage/XmlErrorTrap.h"
 
-// The organisation file of a large company holds a hundred thousand members. It is walked
-// here on libxml2's own tree rather than through the DOM layer: the selections the import
+// The organisation file of a large company holds a hundred thousand members. It is streamed
+// with libxml2's reader rather than loaded as a whole document: the selections the import
 // makes ("UserList" from the document, "Dept" from the document element, every element
-// child of a department) are plain child walks, and skipping a wrapper object and an XPath
-// node set per member keeps the import close to the cost of the parse itself.
+// child of a department) are plain child walks in document order, so each element is
+// imported as the reader reaches it and freed behind it. The import then needs a fraction of
+// the memory of the parsed document and never pays for building and freeing the whole tree.
+//
+// A file that turns out to be malformed part-way must still change nothing, exactly as one
+// that does not parse at all: the rebuild is therefore written to a scratch file and takes
+// the place of the rebuild file (and of a rebuild that may still wait for its swap) only
+// once the whole file has been read and committed.
 
 namespace vk {
 namespace {
 
-struct DocFree {
-  void operator()(xmlDoc* doc) const { xmlFreeDoc(doc); }
+struct ReaderFree {
+  void operator()(xmlTextReader* reader) const { xmlFreeTextReader(reader); }
 };
-using DocPtr = std::unique_ptr<xmlDoc, DocFree>;
+using ReaderPtr = std::unique_ptr<xmlTextReader, ReaderFree>;
+
+// Depths of the elements the import reads, counted from the document element.
+constexpr int kDepartmentDepth = 1;
+constexpr int kMemberDepth = 2;
+
+// Advances to the next element start. False at the end of the file or on a parse error
+// (`failed` tells which).
+bool NextElement(xmlTextReader* reader, bool& failed) {
+  int rc;
+  while ((rc = xmlTextReaderRead(reader)) == 1) {
+    if (xmlTextReaderNodeType(reader) == XML_READER_TYPE_ELEMENT) return true;
+  }
+  failed = rc != 0;
+  return false;
+}
+
+void RemoveDatabaseFile(const std::string& native_path) {
+  ::remove(native_path.c_str());
+  ::remove((native_path + "-journal").c_str());
+}
 
 bool NameIs(const xmlNode* node, const char* name) {
   return std::strcmp(reinterpret_cast<const char*>(node->name), name) == 0;
@@ -87,43 +114,68 @@ struct Finalizer {
 }  // namespace
 
 bool UserListImport::Build(const std::u16string& xml_path, const std::u16string& rebuild_path) {
-  DocPtr doc;
-  {
-    XmlErrorTrap quiet;
-    const std::string native = PathToNative(xml_path);
-    doc.reset(xmlReadFile(native.c_str(), ForcedEncoding(native), XML_PARSE_NONET));
-  }
-  xmlNode* root = doc ? xmlDocGetRootElement(doc.get()) : nullptr;
+  const bool built = Stream(xml_path, rebuild_path);
+  // A failed import leaves no rows in the search lists either.
+  if (!built) lists_ = SearchLists();
+  return built;
+}
+
+bool UserListImport::Stream(const std::u16string& xml_path, const std::u16string& rebuild_path) {
+  XmlErrorTrap quiet;  // the reader reports errors while it reads
+  const std::string native = PathToNative(xml_path);
+  // The reader reads in chunks and would switch to the declared encoding when it reaches
+  // the declaration: a forced encoding must be told to ignore it.
+  const char* forced = ForcedEncoding(native);
+  const int options = XML_PARSE_NONET | (forced != nullptr ? XML_PARSE_IGNORE_ENC : 0);
+  ReaderPtr reader(xmlReaderForFile(native.c_str(), forced, options));
+  if (!reader) return false;
+  bool failed = false;
+  if (!NextElement(reader.get(), failed)) return false;
+  xmlNode* root = xmlTextReaderCurrentNode(reader.get());
   if (root == nullptr || root->ns != nullptr || !NameIs(root, "UserList")) return false;
 
-  // A rebuild file left by an earlier import is never reused: if it cannot be removed the
-  // import fails rather than mixing old rows into the new directory.
   const std::string native_rebuild = PathToNative(rebuild_path);
-  if (IsFileExist(rebuild_path) && ::remove(native_rebuild.c_str()) != 0) return false;
-  ::remove((native_rebuild + "-journal").c_str());
-
+  const std::u16string scratch_path = rebuild_path + u".new";
+  const std::string scratch = PathToNative(scratch_path);
+  RemoveDatabaseFile(scratch);  // left by an import that was cut short
   sqlite3* db = nullptr;
-  if (sqlite3_open16(rebuild_path.c_str(), &db) != SQLITE_OK) {
+  if (sqlite3_open16(scratch_path.c_str(), &db) != SQLITE_OK) {
     if (db != nullptr) sqlite3_close(db);
     return false;
   }
   bool written = false;
   try {
-    written = Write(root, db);
+    written = Write(reader.get(), root, db);
   } catch (...) {
     written = false;
   }
   sqlite3_close(db);
-  // A rebuild that could not be written completely must not be put online later.
-  if (!written) ::remove(native_rebuild.c_str());
+  // The complete rebuild replaces a rebuild file left by an earlier import, which is never
+  // reused: if that cannot be removed the import fails rather than mix old rows into the new
+  // directory. An incomplete rebuild is never put online.
+  written = written && (!IsFileExist(rebuild_path) || ::remove(native_rebuild.c_str()) == 0);
+  ::remove((native_rebuild + "-journal").c_str());
+  written = written && ::rename(scratch.c_str(), native_rebuild.c_str()) == 0;
+  if (!written) RemoveDatabaseFile(scratch);
   return written;
 }
 
-bool UserListImport::Write(xmlNode* root, sqlite3* db) {
-  schema_owner_.CreateSchema(db);
+bool UserListImport::Write(xmlTextReader* reader, xmlNode* root, sqlite3* db) {
+  // The rebuild is a scratch file that only this import uses until it is complete, and the
+  // swap later copies it into place through a flushed temporary file renamed over the live
+  // one. It therefore needs neither syncs nor a journal on disk: a crash part-way leaves a
+  // scratch file that no swap ever takes and the next import deletes. The journal stays in
+  // memory so that a rollback still works.
+  SqlStore::Exec(db, "PRAGMA journal_mode=MEMORY");
+  SqlStore::Exec(db, "PRAGMA synchronous=OFF");
   std::u16string error;
   const bool in_transaction = SqlStore::Exec(db, "BEGIN IMMEDIATE", &error) == SQLITE_OK;
   if (!in_transaction) OutputDebugStringW(error.c_str());
+  // The tables first and their indexes after the rows, in the same transaction: building an
+  // index from a hundred thousand sorted keys costs a fraction of keeping five b-trees in
+  // order through as many scattered inserts. The file ends with the schema the live store
+  // creates, entry for entry.
+  schema_owner_.CreateTables(db);
 
   const std::optional<std::u16string> pro_ver = Attribute(root, "ProVer");
   const std::optional<std::u16string> dept_ver = Attribute(root, "DeptVer");
@@ -148,39 +200,54 @@ bool UserListImport::Write(xmlNode* root, sqlite3* db) {
     return false;
   }
 
-  sqlite3_stmt* dept_statement = nullptr;
-  Finalizer finalize{dept_statement};
-  if (sqlite3_prepare16(db, u"INSERT INTO [department] VALUES (?, ?)", -1, &dept_statement,
-                        nullptr) == SQLITE_OK) {
-    for (xmlNode* node = root->children; node != nullptr; node = node->next) {
-      if (node->type == XML_ELEMENT_NODE && node->ns == nullptr && NameIs(node, "Dept")) {
-        ImportDepartment(node, db, dept_statement);
+  bool failed = false;
+  {
+    sqlite3_stmt* dept_statement = nullptr;
+    Finalizer finalize_dept{dept_statement};
+    sqlite3_stmt* member_statement = nullptr;
+    Finalizer finalize_member{member_statement};
+    // One member statement serves every department: every row binds all five parameters.
+    // A statement that cannot be prepared leaves the departments without members.
+    if (sqlite3_prepare16(db, u"INSERT INTO [department] VALUES (?, ?)", -1, &dept_statement,
+                          nullptr) != SQLITE_OK) {
+      dept_statement = nullptr;
+    }
+    if (sqlite3_prepare16(db, u"INSERT INTO [member] VALUES (?, ?, ?, ?, ?)", -1, &member_statement,
+                          nullptr) != SQLITE_OK) {
+      member_statement = nullptr;
+    }
+    // The department whose members are being read: set while the reader is inside a Dept
+    // element whose row was written.
+    bool in_department = false;
+    int64_t department = 0;
+    while (NextElement(reader, failed)) {
+      const int depth = xmlTextReaderDepth(reader);
+      xmlNode* node = xmlTextReaderCurrentNode(reader);
+      if (node == nullptr) continue;
+      if (depth == kDepartmentDepth) {
+        in_department = dept_statement != nullptr && node->ns == nullptr && NameIs(node, "Dept") &&
+                        ImportDepartment(node, dept_statement, department);
+      } else if (depth == kMemberDepth && in_department && member_statement != nullptr) {
+        ImportMember(node, department, member_statement);
       }
     }
   }
-  sqlite3_finalize(dept_statement);
-  dept_statement = nullptr;
+  if (failed) {
+    // Malformed part-way: nothing of this file may be used.
+    if (in_transaction) SqlStore::Exec(db, "ROLLBACK");
+    return false;
+  }
+  schema_owner_.CreateIndexes(db);
   const bool committed = SqlStore::Exec(db, "COMMIT") == SQLITE_OK;
   return committed || !in_transaction;
 }
 
-void UserListImport::ImportDepartment(xmlNode* dept, sqlite3* db, sqlite3_stmt* dept_statement) {
-  const int64_t id = NumberAttribute(dept, "id");
+bool UserListImport::ImportDepartment(xmlNode* dept, sqlite3_stmt* dept_statement, int64_t& id) {
+  id = NumberAttribute(dept, "id");
   const int64_t version = NumberAttribute(dept, "Ver");
-  {
-    SqlCall call(dept_statement);
-    call.BindInt64(1, id).BindInt64(2, version);
-    if (call.Step() != SQLITE_DONE) return;  // its members are not imported
-  }
-  sqlite3_stmt* member_statement = nullptr;
-  Finalizer finalize{member_statement};
-  if (sqlite3_prepare16(db, u"INSERT INTO [member] VALUES (?, ?, ?, ?, ?)", -1, &member_statement,
-                        nullptr) != SQLITE_OK) {
-    return;
-  }
-  for (xmlNode* child = dept->children; child != nullptr; child = child->next) {
-    if (child->type == XML_ELEMENT_NODE) ImportMember(child, id, member_statement);
-  }
+  SqlCall call(dept_statement);
+  call.BindInt64(1, id).BindInt64(2, version);
+  return call.Step() == SQLITE_DONE;  // else its members are not imported
 }
 
 void UserListImport::ImportMember(xmlNode* member, int64_t dept_id,
@@ -190,13 +257,15 @@ void UserListImport::ImportMember(xmlNode* member, int64_t dept_id,
   const int64_t uin = NumberAttribute(member, "UIN");
   const int64_t gender = NumberAttribute(member, "GENDER");
   lists_.Add(nick, name, speller_);  // lower-cases both, as they are stored
-  SqlCall call(member_statement);
-  call.BindInt64(1, uin)
-      .BindText(2, nick.c_str())
-      .BindText(3, name.c_str())
-      .BindInt64(4, dept_id)
-      .BindInt64(5, gender);
-  call.Step();  // a later row for the same uin in the same department replaces this one
+  // Bound directly, once per member: the texts outlive the step, and the results are not
+  // needed (a later row for the same uin in the same department replaces this one).
+  sqlite3_bind_int64(member_statement, 1, uin);
+  sqlite3_bind_text16(member_statement, 2, nick.c_str(), -1, SQLITE_STATIC);
+  sqlite3_bind_text16(member_statement, 3, name.c_str(), -1, SQLITE_STATIC);
+  sqlite3_bind_int64(member_statement, 4, dept_id);
+  sqlite3_bind_int64(member_statement, 5, gender);
+  sqlite3_step(member_statement);
+  sqlite3_reset(member_statement);
 }
 
 }  // namespace vk

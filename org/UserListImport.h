@@ -1,10 +1,13 @@
 // Builds a complete user list database from the server's organisation XML on a connection
 // and a file of its own (the live path followed by ".bak"), inside one transaction, and
-// fills a fresh generation of search lists from the same rows.
+// fills a fresh generation of search lists from the same rows. The file is read as a stream.
 #pragma once
 
 #include <libxml/tree.h>
+#include <libxml/xmlreader.h>
 
+#include <cstdint>
+#include <optional>
 #include <string>
 
 #include "org/SearchLists.h"
@@ -19,14 +22,17 @@ class UserListImport {
   UserListImport(const SqlStore& schema_owner, const CPy& speller, SearchLists& lists)
       : schema_owner_(schema_owner), speller_(speller), lists_(lists) {}
 
-  // True when the rebuild file was built. False, with no usable rebuild file left behind,
-  // when the document has no UserList element (or does not parse), or the rebuild file
-  // cannot be removed, opened or written.
+  // True when the rebuild file was built. False, with the search lists left empty, when the
+  // document has no UserList element or does not parse (also part-way: a rebuild file that
+  // waits for its swap is then kept), or when the rebuild file cannot be removed, opened or
+  // written.
   bool Build(const std::u16string& xml_path, const std::u16string& rebuild_path);
 
  private:
-  bool Write(xmlNode* root, sqlite3* db);
-  void ImportDepartment(xmlNode* dept, sqlite3* db, sqlite3_stmt* dept_statement);
+  bool Stream(const std::u16string& xml_path, const std::u16string& rebuild_path);
+  bool Write(xmlTextReader* reader, xmlNode* root, sqlite3* db);
+  // True, with the department's id, when its row was written.
+  bool ImportDepartment(xmlNode* dept, sqlite3_stmt* dept_statement, int64_t& id);
   void ImportMember(xmlNode* member, int64_t dept_id, sqlite3_stmt* member_statement);
 
   const SqlStore& schema_owner_;

@@ -111,54 +111,54 @@ std::u16string WideToLower(std::u16string_view text) {
 
 namespace {
 
-struct Spec {
+struct Directive {
   bool left = false, zero = false, plus = false, space = false, alternate = false;
   int width = 0;
   int precision = -1;
 };
 
-void Pad(std::u16string& out, const std::u16string& body, const Spec& spec) {
-  size_t width = spec.width > 0 ? static_cast<size_t>(spec.width) : 0;
+void Pad(std::u16string& out, const std::u16string& body, const Directive& directive) {
+  size_t width = directive.width > 0 ? static_cast<size_t>(directive.width) : 0;
   size_t fill = body.size() < width ? width - body.size() : 0;
-  if (!spec.left) out.append(fill, u' ');
+  if (!directive.left) out.append(fill, u' ');
   out += body;
-  if (spec.left) out.append(fill, u' ');
+  if (directive.left) out.append(fill, u' ');
 }
 
 void AppendInteger(std::u16string& out, uint64_t magnitude, bool negative, unsigned base,
-                   bool upper, const Spec& spec) {
+                   bool upper, const Directive& directive) {
   const char* digits = upper ? "0123456789ABCDEF" : "0123456789abcdef";
   std::u16string number;
   while (magnitude != 0) {
     number.insert(number.begin(), static_cast<char16_t>(digits[magnitude % base]));
     magnitude /= base;
   }
-  size_t precision = spec.precision < 0 ? 1 : static_cast<size_t>(spec.precision);
+  size_t precision = directive.precision < 0 ? 1 : static_cast<size_t>(directive.precision);
   if (number.size() < precision) number.insert(0, precision - number.size(), u'0');
   std::u16string prefix;
   if (negative) {
     prefix = u"-";
-  } else if (base == 10 && spec.plus) {
+  } else if (base == 10 && directive.plus) {
     prefix = u"+";
-  } else if (base == 10 && spec.space) {
+  } else if (base == 10 && directive.space) {
     prefix = u" ";
-  } else if (base == 16 && spec.alternate && !number.empty() && number != u"0") {
+  } else if (base == 16 && directive.alternate && !number.empty() && number != u"0") {
     prefix = upper ? u"0X" : u"0x";
   }
   // The zero flag pads between the sign and the digits unless a precision was given.
-  if (spec.zero && !spec.left && spec.precision < 0) {
-    size_t width = spec.width > 0 ? static_cast<size_t>(spec.width) : 0;
+  if (directive.zero && !directive.left && directive.precision < 0) {
+    size_t width = directive.width > 0 ? static_cast<size_t>(directive.width) : 0;
     size_t used = prefix.size() + number.size();
     if (used < width) number.insert(0, width - used, u'0');
   }
-  Pad(out, prefix + number, spec);
+  Pad(out, prefix + number, directive);
 }
 
-void AppendText(std::u16string& out, std::u16string text, const Spec& spec) {
-  if (spec.precision >= 0 && text.size() > static_cast<size_t>(spec.precision)) {
-    text.resize(static_cast<size_t>(spec.precision));
+void AppendText(std::u16string& out, std::u16string text, const Directive& directive) {
+  if (directive.precision >= 0 && text.size() > static_cast<size_t>(directive.precision)) {
+    text.resize(static_cast<size_t>(directive.precision));
   }
-  Pad(out, text, spec);
+  Pad(out, text, directive);
 }
 
 }  // namespace
@@ -177,42 +177,42 @@ std::u16string FormatWide(const char16_t* format, ...) {
       continue;
     }
     const char16_t* start = p++;
-    Spec spec;
+    Directive directive;
     for (;; ++p) {
       if (*p == u'-') {
-        spec.left = true;
+        directive.left = true;
       } else if (*p == u'0') {
-        spec.zero = true;
+        directive.zero = true;
       } else if (*p == u'+') {
-        spec.plus = true;
+        directive.plus = true;
       } else if (*p == u' ') {
-        spec.space = true;
+        directive.space = true;
       } else if (*p == u'#') {
-        spec.alternate = true;
+        directive.alternate = true;
       } else {
         break;
       }
     }
     if (*p == u'*') {
-      spec.width = va_arg(args, int);
-      if (spec.width < 0) {
-        spec.left = true;
-        spec.width = -spec.width;
+      directive.width = va_arg(args, int);
+      if (directive.width < 0) {
+        directive.left = true;
+        directive.width = -directive.width;
       }
       ++p;
     } else {
-      while (*p >= u'0' && *p <= u'9' && spec.width < 100000)
-        spec.width = spec.width * 10 + (*p++ - u'0');
+      while (*p >= u'0' && *p <= u'9' && directive.width < 100000)
+        directive.width = directive.width * 10 + (*p++ - u'0');
     }
     if (*p == u'.') {
       ++p;
-      spec.precision = 0;
+      directive.precision = 0;
       if (*p == u'*') {
-        spec.precision = va_arg(args, int);
+        directive.precision = va_arg(args, int);
         ++p;
       } else {
-        while (*p >= u'0' && *p <= u'9' && spec.precision < 100000) {
-          spec.precision = spec.precision * 10 + (*p++ - u'0');
+        while (*p >= u'0' && *p <= u'9' && directive.precision < 100000) {
+          directive.precision = directive.precision * 10 + (*p++ - u'0');
         }
       }
     }
@@ -241,7 +241,7 @@ std::u16string FormatWide(const char16_t* format, ...) {
         if (size == -1) value = static_cast<short>(value);
         uint64_t magnitude =
             value < 0 ? uint64_t{0} - static_cast<uint64_t>(value) : static_cast<uint64_t>(value);
-        AppendInteger(out, magnitude, value < 0, 10, false, spec);
+        AppendInteger(out, magnitude, value < 0, 10, false, directive);
         break;
       }
       case u'u':
@@ -253,27 +253,27 @@ std::u16string FormatWide(const char16_t* format, ...) {
                                      : va_arg(args, unsigned);
         if (size == -1) value = static_cast<unsigned short>(value);
         unsigned base = *p == u'u' ? 10 : *p == u'o' ? 8 : 16;
-        AppendInteger(out, value, false, base, *p == u'X', spec);
+        AppendInteger(out, value, false, base, *p == u'X', directive);
         break;
       }
       case u'p': {
-        Spec pointer = spec;
+        Directive pointer = directive;
         pointer.alternate = true;
         AppendInteger(out, reinterpret_cast<uintptr_t>(va_arg(args, void*)), false, 16, false,
                       pointer);
         break;
       }
       case u'c':
-        AppendText(out, std::u16string(1, static_cast<char16_t>(va_arg(args, int))), spec);
+        AppendText(out, std::u16string(1, static_cast<char16_t>(va_arg(args, int))), directive);
         break;
       case u's': {
         const char16_t* text = va_arg(args, const char16_t*);
-        AppendText(out, text != nullptr ? std::u16string(text) : u"(null)", spec);
+        AppendText(out, text != nullptr ? std::u16string(text) : u"(null)", directive);
         break;
       }
       case u'S': {
         const char* text = va_arg(args, const char*);
-        AppendText(out, text != nullptr ? FromUtf8(text) : u"(null)", spec);
+        AppendText(out, text != nullptr ? FromUtf8(text) : u"(null)", directive);
         break;
       }
       case u'%':

@@ -1,5 +1,7 @@
 #include "storage/SqlStore.h"
 
+#include <cstring>
+
 #include "platform/Log.h"
 #include "platform/Text.h"
 
@@ -54,6 +56,29 @@ void SqlStore::CreateSchema(sqlite3* db) const {
   // results are not needed.
   for (const char* sql : schema_.script) Exec(db, sql);
   Exec(db, "COMMIT");
+}
+
+namespace {
+
+bool CreatesIndex(const char* sql) {
+  constexpr char kIndex[] = "CREATE INDEX";
+  constexpr char kUniqueIndex[] = "CREATE UNIQUE INDEX";
+  return std::strncmp(sql, kIndex, sizeof kIndex - 1) == 0 ||
+         std::strncmp(sql, kUniqueIndex, sizeof kUniqueIndex - 1) == 0;
+}
+
+}  // namespace
+
+void SqlStore::CreateTables(sqlite3* db) const {
+  for (const char* sql : schema_.script) {
+    if (!CreatesIndex(sql)) Exec(db, sql);
+  }
+}
+
+void SqlStore::CreateIndexes(sqlite3* db) const {
+  for (const char* sql : schema_.script) {
+    if (CreatesIndex(sql)) Exec(db, sql);
+  }
 }
 
 int SqlStore::Exec(sqlite3* db, const char* sql, std::u16string* error) {

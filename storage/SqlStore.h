@@ -40,6 +40,11 @@ class SqlStore {
   void CloseDb();
   // Runs the schema script on any connection (the live one or a rebuild's own).
   void CreateSchema(sqlite3* db) const;
+  // The script's tables alone and its indexes alone, in script order and without a
+  // transaction of their own: a bulk load creates the tables, writes its rows and then the
+  // indexes, all in the caller's transaction.
+  void CreateTables(sqlite3* db) const;
+  void CreateIndexes(sqlite3* db) const;
   // sqlite3_exec without a callback; the engine's message buffer is always released. The
   // message, if any, is handed back in `error`.
   static int Exec(sqlite3* db, const char* sql, std::u16string* error = nullptr);

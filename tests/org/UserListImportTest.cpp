@@ -144,6 +144,60 @@ TEST_F(UserListImportTest, FileWithoutUserListEmptiesSearchesButKeepsTheDatabase
   EXPECT_EQ(DebugLinesWith("put tempUserlist online"), 0u);
 }
 
+TEST_F(UserListImportTest, FileBrokenPartWayChangesNothingAndKeepsTheWaitingRebuild) {
+  Add(1, u"kept", 1);
+  Reopen();
+  ASSERT_EQ(Import("<UserList><Dept id=\"7\" Ver=\"1\"><u NICK=\"waiting\" UIN=\"7\"/></Dept>"
+                   "</UserList>"),
+            S_OK);
+  // Well-formed for thousands of members, then broken: rows already read must not count.
+  std::string broken = "<UserList ProVer=\"9\" DeptVer=\"9\"><Dept id=\"8\" Ver=\"1\">";
+  for (int i = 1; i <= 5000; ++i) {
+    broken += "<u NICK=\"b" + std::to_string(i) + "\" UIN=\"" + std::to_string(i) + "\"/>";
+  }
+  broken += "</Dept><Dept id=\"9\" Ver=\"1\"></UserList>";
+  EXPECT_EQ(Import(broken), S_OK);
+  EXPECT_EQ(Search(u""), u"");  // the failed import's lists are empty
+  EXPECT_FALSE(std::filesystem::exists(std::filesystem::path(Rebuild() + u".new")));
+  // The earlier import still waits and goes online at the next operation.
+  EXPECT_EQ(DeptCount(), 1);
+  EXPECT_EQ(Query("SELECT nickname, departmentId FROM member"), "waiting|7;");
+  EXPECT_EQ(DebugLinesWith("put tempUserlist online"), 1u);
+}
+
+TEST_F(UserListImportTest, RebuildHasTheLiveSchemaAndIsComplete) {
+  ASSERT_EQ(Import("<UserList ProVer=\"1\" DeptVer=\"1\"><Dept id=\"1\" Ver=\"1\">"
+                   "<u NICK=\"a\" NAME=\"B\" UIN=\"1\"/><u NICK=\"c\" UIN=\"2\"/></Dept>"
+                   "</UserList>"),
+            S_OK);
+  // Before the swap the live file still has the schema the store created on open.
+  const char* schema = "SELECT type, name, tbl_name, sql FROM sqlite_master ORDER BY rowid";
+  const std::string live_schema = Query(schema);
+  EXPECT_NE(live_schema.find("index_department_id"), std::string::npos);
+  EXPECT_EQ(Query(Rebuild(), schema), live_schema);
+  EXPECT_EQ(Query(Rebuild(), "PRAGMA integrity_check"), "ok;");
+  EXPECT_EQ(Query(Rebuild(),
+                  "SELECT nickname FROM member INDEXED BY index_member_nickname "
+                  "WHERE nickname > ''"),
+            "a;c;");
+  EXPECT_FALSE(std::filesystem::exists(std::filesystem::path(Rebuild() + u".new")));
+  EXPECT_EQ(DeptCount(), 1);
+  EXPECT_EQ(Query("SELECT nickname, name FROM member ORDER BY uin"), "a|b;c|;");
+}
+
+TEST_F(UserListImportTest, EntitiesAreReadAsTheDocumentDefinesThem) {
+  // An entity in an attribute is expanded; an element that only an entity reference brings
+  // into a department is not one of the department's child elements.
+  ASSERT_EQ(Import("<!DOCTYPE UserList [<!ENTITY n \"Zhang &#x4E09;\">"
+                   "<!ENTITY m \"<u NICK='hidden' UIN='5'/>\">]>"
+                   "<UserList><Dept id=\"1\" Ver=\"1\"><u NICK=\"z&amp;s\" NAME=\"&n;\" UIN=\"3\"/>"
+                   "&m;</Dept></UserList>"),
+            S_OK);
+  EXPECT_EQ(Search(u"z"), u"z&s(zhang 三);");
+  EXPECT_EQ(DeptCount(), 1);
+  EXPECT_EQ(Query("SELECT uin, nickname, name FROM member"), "3|z&s|zhang 三;");
+}
+
 TEST_F(UserListImportTest, LeftoverRebuildFileIsReplaced) {
   root_.WriteBytes("userList5.dat.bak", "this is not a database");
   ASSERT_EQ(

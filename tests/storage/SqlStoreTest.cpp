@@ -218,6 +218,29 @@ TEST_F(SqlStoreTest, ExecHandsBackAndReleasesTheEnginesMessage) {
   EXPECT_TRUE(error.empty());
 }
 
+TEST_F(SqlStoreTest, TablesAndIndexesCanBeCreatedApartInTheCallersTransaction) {
+  vk::SqlStore store(TestSchema());
+  sqlite3* db = nullptr;
+  ASSERT_EQ(sqlite3_open16(path_.c_str(), &db), SQLITE_OK);
+  ASSERT_EQ(vk::SqlStore::Exec(db, "BEGIN"), SQLITE_OK);
+  store.CreateTables(db);
+  ASSERT_EQ(vk::SqlStore::Exec(db, "INSERT INTO item VALUES (1, 'a', 2)"), SQLITE_OK);
+  std::string before;
+  sqlite3_stmt* st = nullptr;
+  ASSERT_EQ(
+      sqlite3_prepare_v2(db, "SELECT group_concat(name) FROM sqlite_master", -1, &st, nullptr),
+      SQLITE_OK);
+  if (sqlite3_step(st) == SQLITE_ROW)
+    before = reinterpret_cast<const char*>(sqlite3_column_text(st, 0));
+  sqlite3_finalize(st);
+  EXPECT_EQ(before, "item");  // no index yet
+  store.CreateIndexes(db);
+  ASSERT_EQ(vk::SqlStore::Exec(db, "COMMIT"), SQLITE_OK);  // both ran inside the transaction
+  sqlite3_close(db);
+  EXPECT_EQ(Query("SELECT name FROM sqlite_master ORDER BY rowid"), "item;index_item_label;");
+  EXPECT_EQ(Query("SELECT label FROM item INDEXED BY index_item_label WHERE label > ''"), "a;");
+}
+
 TEST_F(SqlStoreTest, FailedBeginIsReportedOnlyWhenTheStoreAsksForIt) {
   std::vector<std::string> lines;
   vk::DebugSink previous =
