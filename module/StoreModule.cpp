@@ -520,20 +520,21 @@ HRESULT CStoreModule::GetLocalOffMsgStore(ILocalOffMsgStore** store) {
 // ---- IModuleDiagnostics ------------------------------------------------------------------
 
 std::vector<CStoreModule::StoreRow> CStoreModule::StoreRows() const {
+  // In the order the load creates them, so the first missing row names where it stopped.
   return {
+      {u"global options", global_options_},
       {u"user list", user_list_},
       {u"user grid", user_grid_},
       {u"key departments", key_depts_},
       {u"department leaders", dept_leader_},
       {u"portal", portal_},
       {u"company groups (1)", group_company_},
-      {u"frequent contacts (2)", group_friend_},
-      {u"recent contacts (3)", group_recent_},
-      {u"user-defined groups (4)", group_user_defined_},
       {u"mobile groups (5)", group_mobile_},
       {u"external groups (6)", group_external_},
-      {u"global options", global_options_},
+      {u"recent contacts (3)", group_recent_},
+      {u"frequent contacts (2)", group_friend_},
       {u"user options", user_options_},
+      {u"user-defined groups (4)", group_user_defined_},
       {u"profiles", profile_},
       {u"mobile profiles", mobile_profile_},
       {u"items", items_},
