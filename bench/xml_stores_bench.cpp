@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <string>
 
+#include "org/DeptLeader.h"
 #include "org/KeyDepts.h"
 #include "org/UserGrid.h"
 #include "platform/Files.h"
@@ -142,6 +143,72 @@ void BM_KeyDeptsLookup(benchmark::State& state) {
   std::filesystem::remove_all(folder);
 }
 BENCHMARK(BM_KeyDeptsLookup)->Repetitions(5)->ReportAggregatesOnly(true);
+
+void BM_KeyDeptsUpdate(benchmark::State& state) {
+  std::string folder = TempFolder();
+  std::u16string path = vk::FromUtf8(folder + "/KeyDepts.xml");
+  CKeyDepts* keys = new CKeyDepts();
+  keys->Initialize(path.c_str(), nullptr);
+  for (int i = 0; i < kEntries; ++i) {
+    ULONG ids[3] = {ULONG(i), ULONG(i + 1), ULONG(i + 2)};
+    LONG count = 3;
+    keys->SetKeyDepts(Nick(i).c_str(), ids, &count);
+  }
+  int i = 0;
+  for (auto _ : state) {
+    ULONG ids[3] = {ULONG(i), ULONG(i + 7), ULONG(i + 9)};
+    LONG count = 3;
+    keys->SetKeyDepts(Nick((i++ * 7919) % kEntries).c_str(), ids, &count);
+  }
+  keys->Release();
+  std::filesystem::remove_all(folder);
+}
+BENCHMARK(BM_KeyDeptsUpdate)->Repetitions(5)->ReportAggregatesOnly(true);
+
+// A leader file with kEntries departments, as the server's answers leave it.
+std::u16string MakeLeaderFile(const std::string& folder) {
+  std::string text = "<?xml version=\"1.0\" encoding=\"gb2312\"?><Leader ProVer=\"0\">";
+  for (int i = 0; i < kEntries; ++i) {
+    text += "<Dept id=\"" + std::to_string(i) + "\" Leader=\"" + std::to_string(10000 + i) +
+            "\" Version=\"1\"/>";
+  }
+  text += "</Leader>";
+  std::u16string path = vk::FromUtf8(folder + "/Leader.xml");
+  vk::WriteFileAtomically(path, text);
+  return path;
+}
+
+void BM_DeptLeaderLookup(benchmark::State& state) {
+  std::string folder = TempFolder();
+  std::u16string path = MakeLeaderFile(folder);
+  CDeptLeader* leaders = new CDeptLeader();
+  leaders->Initialize(path.c_str(), nullptr);
+  int i = 0;
+  for (auto _ : state) {
+    LONG leader = 0;
+    leaders->GetLeader((i++ * 7919) % kEntries, &leader);
+    benchmark::DoNotOptimize(leader);
+  }
+  leaders->Release();
+  std::filesystem::remove_all(folder);
+}
+BENCHMARK(BM_DeptLeaderLookup)->Repetitions(5)->ReportAggregatesOnly(true);
+
+void BM_DeptLeaderUpdate(benchmark::State& state) {
+  std::string folder = TempFolder();
+  std::u16string path = MakeLeaderFile(folder);
+  CDeptLeader* leaders = new CDeptLeader();
+  leaders->Initialize(path.c_str(), nullptr);
+  ULONG version = 2;
+  int i = 0;
+  for (auto _ : state) {
+    leaders->SetLeader((i * 7919) % kEntries, version++, i);
+    ++i;
+  }
+  leaders->Release();
+  std::filesystem::remove_all(folder);
+}
+BENCHMARK(BM_DeptLeaderUpdate)->Repetitions(5)->ReportAggregatesOnly(true);
 
 // The bare libxml2 save the store's Close does: serialise in GB2312 and write atomically.
 double BareSaveNanoseconds(const std::u16string& path) {

@@ -73,8 +73,9 @@ HRESULT CDeptLeader::SetLeader(LONG dept, ULONG version, LONG leader) {
     node.SetAttribute(u"Leader", int64_t{leader});
     node.SetAttribute(u"Version", int64_t{static_cast<LONG>(version)});
     Document().DocumentElement().AppendChild(node);
-    // "xxxx %s" with the whole document.
-    OutputDebugStringW((u"xxxx " + Document().Xml()).c_str());
+    // "xxxx %s" with the whole document, serialised only when someone listens: on a large
+    // file it costs more than the rest of the operation.
+    if (vk::DebugOutputListened()) OutputDebugStringW((u"xxxx " + Document().Xml()).c_str());
     MarkDirty();
     return S_OK;
   });

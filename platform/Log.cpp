@@ -126,6 +126,15 @@ LogSink SetLogSink(LogSink sink) {
   return previous;
 }
 
+bool DebugOutputListened() {
+  {
+    std::lock_guard<std::recursive_mutex> hold(DebugMutex());
+    if (CurrentDebugSink()) return true;
+  }
+  const char* enabled = std::getenv("VAULTKIT_DEBUG");
+  return enabled != nullptr && *enabled != '\0';
+}
+
 DebugSink SetDebugSink(DebugSink sink) {
   std::lock_guard<std::recursive_mutex> hold(DebugMutex());
   DebugSink previous = std::move(CurrentDebugSink());

@@ -20,6 +20,10 @@ using DebugSink = std::function<void(const std::string& utf8_line)>;
 LogSink SetLogSink(LogSink sink);
 DebugSink SetDebugSink(DebugSink sink);
 
+// Whether anything receives the debug channel (a sink, or $VAULTKIT_DEBUG). A trace whose
+// text is costly to build is built only then; what a listener sees is the same.
+bool DebugOutputListened();
+
 }  // namespace vk
 
 void DoLog(const char16_t* level, const char16_t* source, const char16_t* function,
