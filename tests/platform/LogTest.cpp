@@ -65,10 +65,16 @@ TEST(LogTest, DebugChannelWritesToStderrOnlyWhenEnabled) {
   const char* old = ::getenv("VAULTKIT_DEBUG");
   const std::string saved = old != nullptr ? old : "";
   ::unsetenv("VAULTKIT_DEBUG");
+  EXPECT_FALSE(vk::DebugOutputListened());
+  {
+    vk::test::LogCapture capture;
+    EXPECT_TRUE(vk::DebugOutputListened());
+  }
   ::testing::internal::CaptureStderr();
   OutputDebugStringA("silent\n");
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
   ::setenv("VAULTKIT_DEBUG", "1", 1);
+  EXPECT_TRUE(vk::DebugOutputListened());
   ::testing::internal::CaptureStderr();
   OutputDebugStringA("shown\r\n");
   OutputDebugStringW(u"宽\n");
