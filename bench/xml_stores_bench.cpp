@@ -122,8 +122,8 @@ void BM_UserGridUpdate(benchmark::State& state) {
 }
 BENCHMARK(BM_UserGridUpdate)->Repetitions(5)->ReportAggregatesOnly(true);
 
-void BM_KeyDeptsLookup(benchmark::State& state) {
-  std::string folder = TempFolder();
+// A key departments store with kEntries users of three departments each.
+CKeyDepts* MakeKeyDepts(const std::string& folder) {
   std::u16string path = vk::FromUtf8(folder + "/KeyDepts.xml");
   CKeyDepts* keys = new CKeyDepts();
   keys->Initialize(path.c_str(), nullptr);
@@ -132,6 +132,12 @@ void BM_KeyDeptsLookup(benchmark::State& state) {
     LONG count = 3;
     keys->SetKeyDepts(Nick(i).c_str(), ids, &count);
   }
+  return keys;
+}
+
+void BM_KeyDeptsLookup(benchmark::State& state) {
+  std::string folder = TempFolder();
+  CKeyDepts* keys = MakeKeyDepts(folder);
   int i = 0;
   for (auto _ : state) {
     ULONG ids[4];
@@ -146,14 +152,7 @@ BENCHMARK(BM_KeyDeptsLookup)->Repetitions(5)->ReportAggregatesOnly(true);
 
 void BM_KeyDeptsUpdate(benchmark::State& state) {
   std::string folder = TempFolder();
-  std::u16string path = vk::FromUtf8(folder + "/KeyDepts.xml");
-  CKeyDepts* keys = new CKeyDepts();
-  keys->Initialize(path.c_str(), nullptr);
-  for (int i = 0; i < kEntries; ++i) {
-    ULONG ids[3] = {ULONG(i), ULONG(i + 1), ULONG(i + 2)};
-    LONG count = 3;
-    keys->SetKeyDepts(Nick(i).c_str(), ids, &count);
-  }
+  CKeyDepts* keys = MakeKeyDepts(folder);
   int i = 0;
   for (auto _ : state) {
     ULONG ids[3] = {ULONG(i), ULONG(i + 7), ULONG(i + 9)};

@@ -2,36 +2,22 @@
 
 #include "org/DeptLeader.h"
 #include "storage/FileCreationTime.h"
-#include "tests/org/ComPtr.h"
-#include "tests/org/FixedUnixClock.h"
+#include "tests/org/ExpiringStoreTest.h"
 #include "tests/support/LogCapture.h"
-#include "tests/support/TempDataRoot.h"
 
 namespace vk::test {
 namespace {
 
-const std::string kHeader = "<?xml version=\"1.0\" encoding=\"gb2312\"?>\n";
-constexpr int64_t kNow = 1'800'000'000;
 constexpr int64_t kThirtyDays = 2592000;
 
-class DeptLeaderTest : public testing::Test {
+class DeptLeaderTest : public ExpiringStoreTest<CDeptLeader> {
  protected:
-  void SetUp() override { Reopen(); }
-  void Reopen() {
-    store_ = MakeStore<CDeptLeader>();
-    ASSERT_EQ(store_->Initialize(Path().c_str(), nullptr), S_OK);
-  }
-  std::u16string Path() const { return root_.File(u"Leader.xml"); }
-  std::string File() const { return root_.ReadBytes("Leader.xml").value_or("<missing>"); }
+  DeptLeaderTest() : ExpiringStoreTest("Leader.xml") {}
   LONG Leader(LONG dept) {
     LONG leader = -99;
     EXPECT_EQ(store_->GetLeader(dept, &leader), S_OK) << dept;
     return leader;
   }
-
-  TempDataRoot root_;
-  FixedUnixClock clock_{kNow};
-  ComPtr<CDeptLeader> store_;
 };
 
 TEST_F(DeptLeaderTest, NewerVersionsReplaceTheLeader) {

@@ -5,27 +5,17 @@
 
 #include "org/KeyDepts.h"
 #include "storage/FileCreationTime.h"
-#include "tests/org/ComPtr.h"
-#include "tests/org/FixedUnixClock.h"
+#include "tests/org/ExpiringStoreTest.h"
 #include "tests/support/LogCapture.h"
-#include "tests/support/TempDataRoot.h"
 
 namespace vk::test {
 namespace {
 
-const std::string kHeader = "<?xml version=\"1.0\" encoding=\"gb2312\"?>\n";
-constexpr int64_t kNow = 1'800'000'000;
 constexpr int64_t kDay = 86400;
 
-class KeyDeptsTest : public testing::Test {
+class KeyDeptsTest : public ExpiringStoreTest<CKeyDepts> {
  protected:
-  void SetUp() override { Reopen(); }
-  void Reopen() {
-    store_ = MakeStore<CKeyDepts>();
-    ASSERT_EQ(store_->Initialize(Path().c_str(), nullptr), S_OK);
-  }
-  std::u16string Path() const { return root_.File(u"KeyDepts.xml"); }
-  std::string File() const { return root_.ReadBytes("KeyDepts.xml").value_or("<missing>"); }
+  KeyDeptsTest() : ExpiringStoreTest("KeyDepts.xml") {}
   void Set(const char16_t* nick, std::vector<ULONG> ids) {
     LONG count = static_cast<LONG>(ids.size());
     ids.push_back(0);  // a valid pointer for an empty list
@@ -39,10 +29,6 @@ class KeyDeptsTest : public testing::Test {
     if (count_out != nullptr) *count_out = count;
     return ids;
   }
-
-  TempDataRoot root_;
-  FixedUnixClock clock_{kNow};
-  ComPtr<CKeyDepts> store_;
 };
 
 TEST_F(KeyDeptsTest, ListsAreKeptPerLowerCaseNickname) {
