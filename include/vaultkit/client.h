@@ -120,24 +120,27 @@ VK_METHOD(GetProfileStore)(VK_THIS_ IWEZProfileStore** store) VK_PURE;
 /* *store is set to null first; a missing store is created now, and a creation failure
  * answers its status with an assertion report. */
 VK_METHOD(GetMobileProfileStore)(VK_THIS_ IMobileProfileStore** store) VK_PURE;
-/* E_FAIL while the store is missing, *store untouched. The same holds for the user list,
- * the buddy profile store, the user grid, the key departments, the department leaders and
- * the reply-pending dialog store. */
+/* The item store (external buddies); E_FAIL while it is missing, *store untouched. */
 VK_METHOD(GetItemStore)(VK_THIS_ IWEZItemStore** store) VK_PURE;
 /* The option store of wez.cfg, shared by every account. No presence check: S_OK with null
- * before OnLoad; the same holds for the user option store, the portal and the offline
- * message store. */
+ * while it is missing. */
 VK_METHOD(GetOptionStore)(VK_THIS_ IOptionStore** store) VK_PURE;
-/* The option store of the current account's User.cfg. */
+/* The option store of the current account's User.cfg; S_OK with null while it is missing. */
 VK_METHOD(GetUserOptionStore)(VK_THIS_ IOptionStore** store) VK_PURE;
+/* The organisation directory; E_FAIL while it is missing, *store untouched. */
 VK_METHOD(GetUserList)(VK_THIS_ IUserList** store) VK_PURE;
+/* The portal store; S_OK with null while it is missing. */
 VK_METHOD(GetPortalStore)(VK_THIS_ IPortalStore** store) VK_PURE;
 /* The group store of `kind` (1 to 6); E_FAIL with an assertion report while it is missing.
  * Any other kind answers S_OK with *store untouched (kept as clients know it). */
 VK_METHOD(GetGroupStore)(VK_THIS_ IWEZGroupStore** store, LONG kind) VK_PURE;
+/* The buddy profile store; E_FAIL while it is missing, *store untouched. */
 VK_METHOD(GetProfileProStore)(VK_THIS_ IWEZProfileProStore** store) VK_PURE;
+/* The user grid; E_FAIL while it is missing, *store untouched. */
 VK_METHOD(GetUserGrid)(VK_THIS_ IUserGrid** store) VK_PURE;
+/* The key departments; E_FAIL while the store is missing, *store untouched. */
 VK_METHOD(GetKeyDeptsStore)(VK_THIS_ IKeyDepts** store) VK_PURE;
+/* The department leaders; E_FAIL while the store is missing, *store untouched. */
 VK_METHOD(GetDeptLeader)(VK_THIS_ IDeptLeader** store) VK_PURE;
 /* The client tells that the organisation structure is up to date (1) or not. Once both this
  * flag and the user list's are 1, the module hands the user list to the profile store. Both
@@ -145,9 +148,10 @@ VK_METHOD(GetDeptLeader)(VK_THIS_ IDeptLeader** store) VK_PURE;
 VK_METHOD(NotifyOrgStructStatus)(VK_THIS_ LONG status) VK_PURE;
 /* The client tells that the user list is up to date (1) or not; as NotifyOrgStructStatus. */
 VK_METHOD(NotifyUserListStatus)(VK_THIS_ LONG status) VK_PURE;
+/* The reply-pending dialogs; E_FAIL while the store is missing, *store untouched. */
 VK_METHOD(GetRevertDialogStore)(VK_THIS_ IRevertDialogStore** store) VK_PURE;
-/* The offline message store: the module never opens it, the client calls its Init and
- * OpenAccount. */
+/* The offline message store (S_OK with null while it is missing): the module never opens
+ * it, the client calls its Init and OpenAccount. */
 VK_METHOD(GetLocalOffMsgStore)(VK_THIS_ ILocalOffMsgStore** store) VK_PURE;
 VK_END
 
