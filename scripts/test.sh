@@ -3,10 +3,17 @@
 #   scripts/test.sh                       the normal build (build/)
 #   scripts/test.sh --sanitize SANITIZERS  e.g. address,undefined (build-asan/) or
 #                                         thread (build-tsan/, the user list's worker only)
+#   scripts/test.sh --clang                a Release build with Clang (build-clang/)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 sanitize=""
 if [ "${1:-}" = "--sanitize" ]; then sanitize=${2:?--sanitize needs a value}; fi
+if [ "${1:-}" = "--clang" ]; then
+  export CC=clang CXX=clang++ BUILD_TYPE=Release
+  export VAULTKIT_REGISTRY="$PWD/build-clang/test-registry"
+  BUILD_DIR=build-clang ./scripts/build.sh -DVK_BUILD_BENCH=OFF
+  exec ctest --test-dir build-clang --output-on-failure -j"$(nproc)"
+fi
 case "$sanitize" in
   "") dir=build; filter=() ; extra=() ;;
   thread) dir=build-tsan; filter=(-R 'UserList|SearchList|Reader'); extra=(-DVK_BUILD_BENCH=OFF) ;;

@@ -7,6 +7,7 @@
 #include "platform/Text.h"
 #include "tools/vaultkit/Commands.h"
 #include "tools/vaultkit/Host.h"
+#include "tools/vaultkit/InstallLayout.h"
 #include "tools/vaultkit/StoreAccess.h"
 
 namespace vk::cli {
@@ -97,7 +98,7 @@ int DemoCommand::Run(Host& host, const std::vector<std::string>& args) {
   ShowBytes(host.DataRoot() + "Accounts/wez.cfg", 24);
 
   if (host.HasAccount()) {
-    const std::string samples = VK_SAMPLES_DIR;
+    const std::string samples = InstallLayout::SamplesDir();
     Banner("The organisation directory");
     step("users", {"import", samples + "/org.xml"});
     step("users", {"search", "zh"});

@@ -13,25 +13,10 @@
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "tools/vaultkit/Command.h"
+#include "tools/vaultkit/InstallLayout.h"
 
 namespace vk::cli {
 namespace {
-
-std::string ComponentPath() {
-  if (const char* path = std::getenv("VAULTKIT_COMPONENT"); path != nullptr && *path) return path;
-  // Installed beside the command: ../lib/libvaultkit.so; else the build tree's copy.
-  std::error_code ec;
-  auto self = std::filesystem::read_symlink("/proc/self/exe", ec);
-  if (!ec) {
-    for (auto candidate :
-         {self.parent_path() / "../lib/libvaultkit.so", self.parent_path() / "libvaultkit.so"}) {
-      if (std::filesystem::exists(candidate, ec)) {
-        return std::filesystem::canonical(candidate, ec).string();
-      }
-    }
-  }
-  return VK_COMPONENT_PATH;
-}
 
 std::string Hex(HRESULT hr) {
   char text[16];
@@ -71,7 +56,7 @@ Host::~Host() {
 // Registers the component when the registry does not already send the module's ProgID to
 // the library this command was built with.
 void Host::EnsureRegistered() {
-  std::string component = ComponentPath();
+  std::string component = InstallLayout::ComponentPath();
   char registry[4096] = {};
   bool registered = false;
   CLSID clsid;
