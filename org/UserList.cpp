@@ -5,7 +5,6 @@
 #include <string>
 
 #include "org/DecimalText.h"
-#include "org/FileReplace.h"
 #include "org/SearchListReader.h"
 #include "org/UserListImport.h"
 #include "org/UserListSchema.h"
@@ -507,8 +506,7 @@ void CUserList::RunPendingSwap() {
   // The rebuilt file replaces the live one in a single rename: a failure leaves the old
   // directory in place, never a partly copied file. A rollback journal of the old file
   // would be played into the new one on open, so it goes first.
-  const std::string journal = vk::PathToNative(path_) + "-journal";
-  ::remove(journal.c_str());
+  vk::RemoveFile(path_ + u"-journal");
   vk::ReplaceFileWithCopy(rebuild, path_);
   db_.OpenDb();
   StartReader();

@@ -41,7 +41,9 @@ HRESULT XmlStoreBase::InitializeStore(const OLECHAR* path, IUnknown* client) {
     }
     path_ = path;
     if (!document_->Load(path_)) {
-      // A missing, unreadable or damaged file is replaced by the empty file of its kind.
+      // A missing, unreadable or damaged file is replaced by the empty file of its kind;
+      // the bytes of a damaged one are kept aside first, so that nothing is lost for good.
+      KeepDamagedCopy(path_);
       if (!document_->LoadXml(settings_.file_template)) {
         VK_REPORT_ASSERT();
         return E_FAIL;
