@@ -65,8 +65,7 @@ HRESULT CMobileProfileStore::Raise(HRESULT status, const std::u16string& descrip
 }
 
 HRESULT CMobileProfileStore::HandOver(HRESULT status, const std::u16string& description) {
-  // ERROR-INFO: hand `description` to the runtime's per-thread error object here.
-  (void)description;
+  vk::SetErrorDescription(description);
   return status;
 }
 

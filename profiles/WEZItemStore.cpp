@@ -89,6 +89,7 @@ HRESULT CWEZItemStore::Initialize(BSTR path) {
     dirty_ = false;
     path_ = vk::TextOrEmpty(path);
     if (document_->Load(path_)) return S_OK;
+    vk::KeepDamagedCopy(path_);  // the template replaces it: its bytes are kept aside first
     if (!document_->LoadXml(kTemplate)) return E_FAIL;
     SaveFile();
     vk::ReportAtLine(u"vorlik:initialize itemstore", __FILE__, __LINE__);
@@ -239,7 +240,11 @@ HRESULT CWEZItemStore::CopyInto(LPCOLESTR path, bool create_missing) {
     std::u16string target_path(vk::TextOrEmpty(path));
     vk::DomDocument target;
     if (!target.Load(target_path)) {
-      if (!create_missing) return E_FAIL;
+      if (!create_missing) {
+        vk::SetErrorDescription(target_path + u": not an item file that can be read");
+        return E_FAIL;
+      }
+      vk::KeepDamagedCopy(target_path);
       if (!target.LoadXml(kTemplate)) return E_FAIL;
       vk::SetFileAttributesNormal(target_path);
       target.Save(target_path);

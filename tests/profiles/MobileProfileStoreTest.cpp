@@ -6,6 +6,7 @@
 #include "platform/Text.h"
 #include "profiles/MobileProfileStore.h"
 #include "tests/org/ComPtr.h"
+#include "tests/support/ErrorDescription.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TempDataRoot.h"
 
@@ -91,6 +92,7 @@ TEST_F(MobileProfileStoreTest, DeleteTestsWithoutCaseButRemovesOnlyTheFirstExact
   EXPECT_EQ(log_.CountLevel(u"important"), 0u);
   EXPECT_EQ(store_->DeleteItem(u"nobody"), E_INVALIDARG);
   EXPECT_EQ(log_.CountLevel(u"important"), 1u);
+  EXPECT_EQ(TakeErrorDescription(), u"No mobile profile entry is named nobody");
   EXPECT_EQ(store_->DeleteItem(nullptr), E_INVALIDARG);
   EXPECT_EQ(store_->Close(), S_OK);
   EXPECT_EQ(File(), kDecl + "<Root><ITEM Name=\"Mum1\"/><ITEM Name=\"a\"/></Root>\n");
@@ -144,7 +146,10 @@ TEST_F(MobileProfileStoreTest, OpeningFailuresAndBadInputAnswerTheirStatus) {
 
   // A refused path drops the previous document, and operations fail until an opening works.
   EXPECT_EQ(store_->Initialize(nullptr), E_INVALIDARG);
+  EXPECT_EQ(TakeErrorDescription(), u"The mobile profile needs a file path.");
   EXPECT_EQ(store_->Initialize(root_.File(u"no/folder/MobileProfile.xml").c_str()), E_FAIL);
+  EXPECT_EQ(TakeErrorDescription(), u"The mobile profile cannot be written to " +
+                                        root_.File(u"no/folder/MobileProfile.xml"));
   MobileProfileItem item = Entry(u"x");
   LONG count = 0;
   EXPECT_EQ(store_->AddItem(&item), E_FAIL);

@@ -8,6 +8,7 @@
 #include "platform/Text.h"
 #include "profiles/WEZItemStore.h"
 #include "tests/org/ComPtr.h"
+#include "tests/support/ErrorDescription.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TempDataRoot.h"
 
@@ -266,9 +267,22 @@ TEST_F(ItemStoreTest, ExportAndMergeCopyMissingItemsAndFieldsOnly) {
   std::filesystem::create_directory(root_.NativeFile("folder"));
   EXPECT_EQ(store_->ExportToFile(root_.File(u"folder").c_str()), E_FAIL);
   EXPECT_EQ(store_->ExportToFile(root_.File(u"no/such/folder.xml").c_str()), E_FAIL);
+  // A file that is not XML is left alone by a merge; an export replaces it, keeping its bytes.
   root_.WriteBytes("garbage", "not xml");
   EXPECT_EQ(store_->MergeIntoFile(root_.File(u"garbage").c_str()), E_FAIL);
+  EXPECT_EQ(TakeErrorDescription(),
+            root_.File(u"garbage") + u": not an item file that can be read");
   EXPECT_EQ(File("garbage"), "not xml");
+  EXPECT_EQ(store_->ExportToFile(root_.File(u"garbage").c_str()), S_OK);
+  EXPECT_EQ(File("garbage"), exported);
+  size_t kept = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(root_.NativePath())) {
+    if (entry.path().filename().string().starts_with("garbage.damaged-")) {
+      EXPECT_EQ(root_.ReadBytes(entry.path().filename().string()), "not xml");
+      ++kept;
+    }
+  }
+  EXPECT_EQ(kept, 1u);
   // The store's own document is not changed by either.
   EXPECT_EQ(Count(), 1);
   EXPECT_EQ(Fields(u"A"), (Pairs{{u"x", u"mine"}, {u"y", u"2"}}));
