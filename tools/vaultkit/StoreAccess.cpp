@@ -24,6 +24,19 @@ ComRef<I> OpenWithRoot(Host& host, const char16_t* row, Get get, const char16_t*
   return ComRef<I>(store);
 }
 
+// The stores that open on a path alone.
+template <typename I, typename Get, typename Open>
+ComRef<I> OpenOnPath(Host& host, const char16_t* row, Get get, const char16_t* prog_id,
+                     const std::string& file, Open open) {
+  std::u16string path = host.AccountFile(file);
+  I* store = host.Store<I>(row, get, prog_id, [&](I* s) { return open(s, path); });
+  if (store == nullptr) {
+    throw std::runtime_error("the store " + ToUtf8(prog_id) + " cannot be opened on " +
+                             ToUtf8(path));
+  }
+  return ComRef<I>(store);
+}
+
 }  // namespace
 
 ComRef<IUserList> OpenUserList(Host& host) {
@@ -55,6 +68,42 @@ ComRef<IPortalStore> OpenPortal(Host& host) {
   return OpenWithRoot<IPortalStore>(
       host, u"portal", [](IWEZStore* m, IPortalStore** s) { return m->GetPortalStore(s); },
       u"IPortalStore", "PortalIcon/EPortal.xml");
+}
+
+ComRef<IWEZItemStore> OpenItemStore(Host& host) {
+  return OpenOnPath<IWEZItemStore>(
+      host, u"items", [](IWEZStore* m, IWEZItemStore** s) { return m->GetItemStore(s); },
+      u"IWEZItemStore", "WEZExtBuddy.xml",
+      [](IWEZItemStore* s, const std::u16string& path) {
+        BSTR text = SysAllocString(path.c_str());
+        HRESULT hr = s->Initialize(text);
+        SysFreeString(text);
+        return hr;
+      });
+}
+
+ComRef<IMobileProfileStore> OpenMobileProfile(Host& host) {
+  return OpenOnPath<IMobileProfileStore>(
+      host, u"mobile profiles",
+      [](IWEZStore* m, IMobileProfileStore** s) { return m->GetMobileProfileStore(s); },
+      u"IMobileProfileStore", "MobileProfile.xml",
+      [](IMobileProfileStore* s, const std::u16string& path) {
+        return s->Initialize(path.c_str());
+      });
+}
+
+int ReportWithReason(const char* what, HRESULT hr) {
+  IErrorInfo* info = nullptr;
+  std::string reason;
+  if (GetErrorInfo(0, &info) == S_OK && info != nullptr) {
+    BSTR description = nullptr;
+    info->GetDescription(&description);
+    reason = Utf8(description);
+    info->Release();
+  }
+  int status = Report(what, hr);
+  if (status != 0 && !reason.empty()) std::fprintf(stderr, "vaultkit: %s\n", reason.c_str());
+  return status;
 }
 
 int Report(const char* what, HRESULT hr) {

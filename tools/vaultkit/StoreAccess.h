@@ -18,10 +18,14 @@ ComRef<IUserGrid> OpenUserGrid(Host& host);
 ComRef<IKeyDepts> OpenKeyDepts(Host& host);
 ComRef<IDeptLeader> OpenDeptLeader(Host& host);
 ComRef<IPortalStore> OpenPortal(Host& host);
+ComRef<IWEZItemStore> OpenItemStore(Host& host);
+ComRef<IMobileProfileStore> OpenMobileProfile(Host& host);
 
 // Prints the outcome of a store call: nothing on S_OK, else a line on stderr; returns the
 // exit status (0 or 1).
 int Report(const char* what, HRESULT hr);
+// Report, followed by the reason the store left in the thread's error object, if any.
+int ReportWithReason(const char* what, HRESULT hr);
 std::string Utf8(BSTR text);  // frees the string
 
 // `version get` and `version set N` of a versioned XML store.
