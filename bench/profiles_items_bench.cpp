@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/BenchSupport.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "profiles/MobileProfileStore.h"
@@ -20,14 +21,12 @@
 
 namespace {
 
+using vk::bench::BareXPathNanoseconds;
+using vk::bench::MeanNanoseconds;
+using vk::bench::TempFolder;
+
 constexpr int kEntries = 10000;
 constexpr int kFieldsPerItem = 5;
-
-std::string TempFolder() {
-  std::string pattern = std::filesystem::temp_directory_path().string() + "/vk-bench-XXXXXX";
-  if (::mkdtemp(pattern.data()) == nullptr) abort();
-  return pattern;
-}
 
 std::string Name(int i) {
   return "buddy" + std::to_string(i);
@@ -66,15 +65,6 @@ std::u16string MakeMobileFile(const std::string& folder, int entries) {
   return WriteFile(folder, "MobileProfile.xml", body);
 }
 
-// Runs work `rounds` times and returns the mean nanoseconds per round.
-template <typename Work>
-double MeanNanoseconds(int rounds, Work&& work) {
-  auto start = std::chrono::steady_clock::now();
-  for (int i = 0; i < rounds; ++i) work(i);
-  std::chrono::duration<double, std::nano> spent = std::chrono::steady_clock::now() - start;
-  return spent.count() / rounds;
-}
-
 // Nanoseconds per iteration of the loop that began at `start`; call right after the loop.
 double PerIteration(const benchmark::State& state, std::chrono::steady_clock::time_point start) {
   std::chrono::duration<double, std::nano> spent = std::chrono::steady_clock::now() - start;
@@ -84,25 +74,6 @@ double PerIteration(const benchmark::State& state, std::chrono::steady_clock::ti
 void ReportBaseline(benchmark::State& state, double per_op, double baseline_ns) {
   state.counters["baseline_ns"] = baseline_ns;
   state.counters["ratio"] = baseline_ns > 0 ? per_op / baseline_ns : 0;
-}
-
-// Bare libxml2 on the same file: `expressions(i)` evaluated from the document element.
-template <typename Expressions>
-double BareXPathNanoseconds(const std::u16string& path, int rounds, Expressions&& expressions) {
-  xmlDocPtr doc = xmlReadFile(vk::PathToNative(path).c_str(), nullptr, XML_PARSE_NONET);
-  xmlXPathContextPtr ctx = xmlXPathNewContext(doc);
-  ctx->node = xmlDocGetRootElement(doc);
-  double ns = MeanNanoseconds(rounds, [&](int i) {
-    for (const std::string& expression : expressions(i)) {
-      xmlXPathObjectPtr result =
-          xmlXPathEvalExpression(reinterpret_cast<const xmlChar*>(expression.c_str()), ctx);
-      benchmark::DoNotOptimize(result);
-      xmlXPathFreeObject(result);
-    }
-  });
-  xmlXPathFreeContext(ctx);
-  xmlFreeDoc(doc);
-  return ns;
 }
 
 std::string ItemExpression(int i) {
