@@ -314,8 +314,10 @@ HRESULT CWEZItemStore::FindItemByFieldValue(LPCOLESTR text, BSTR* name) {
 }
 
 HRESULT CWEZItemStore::Close() {
-  return VK_REPORTING_GUARD({
+  // A failed write is reported by the guard; the change stays in memory only.
+  VK_REPORTING_GUARD({
     FlushIfDirty();
     return S_OK;
   });
+  return S_OK;
 }

@@ -53,6 +53,14 @@ HRESULT XmlStoreBase::InitializeStore(const OLECHAR* path, IUnknown* client) {
         return E_FAIL;
       }
     }
+    // Without a record, the creation time would be read from the file itself, and every
+    // save replaces the file: the expiry period would restart at each save. The time the
+    // file system reports now is kept at once.
+    if (settings_.keep_creation_time && !HasCreationRecord(path_)) {
+      if (std::optional<int64_t> born = GetFileCreationTime(path_)) {
+        SetFileCreationTime(path_, *born);
+      }
+    }
     initialized_ = true;
     if (client != nullptr) {
       void* root = nullptr;

@@ -4,20 +4,46 @@
 #include <cstdio>
 
 #include "tools/vaultkit/Host.h"
+#include "tools/vaultkit/Json.h"
 #include "tools/vaultkit/RecordInput.h"
 #include "tools/vaultkit/StoreAccess.h"
+#include "tools/vaultkit/Table.h"
 
 namespace vk::cli {
 namespace {
 
-std::vector<std::string> ItemNames(IWEZItemStore* store) {
+// Every item as GetItemNames gives it, each with its fields (the array sized by the counts).
+struct Item {
+  std::string name;
+  std::vector<std::pair<std::string, std::string>> fields;
+};
+
+std::vector<Item> Items(IWEZItemStore* store) {
   LONG count = 0;
-  if (store->GetItemCount(&count) != S_OK || count <= 0) return {};
-  std::vector<ItemField> records(static_cast<size_t>(count));
-  if (store->GetItemNames(records.data()) != S_OK) return {};
-  std::vector<std::string> names;
-  for (const ItemField& record : records) names.push_back(FieldUtf8(record.value));
-  return names;
+  HRESULT hr = store->GetItemCount(&count);
+  std::vector<ItemField> names(static_cast<size_t>(std::max<LONG>(count, 0)));
+  if (hr == S_OK && count > 0) hr = store->GetItemNames(names.data());
+  if (hr != S_OK) throw Failure{"cannot list the items: " + FailureReason(hr)};
+  std::vector<Item> items;
+  for (const ItemField& name : names) {
+    Item item{FieldUtf8(name.value), {}};
+    std::u16string wide = FromUtf8(item.name);
+    LONG fields = 0, written = 0;
+    store->GetItemFieldCount(wide.c_str(), &fields);
+    std::vector<ItemField> records(static_cast<size_t>(std::max<LONG>(fields, 0)));
+    if (fields > 0) store->GetItemFields(wide.c_str(), records.data(), &written);
+    for (LONG i = 0; i < written; ++i) {
+      item.fields.emplace_back(FieldUtf8(records[i].id), FieldUtf8(records[i].value));
+    }
+    items.push_back(std::move(item));
+  }
+  return items;
+}
+
+Json FieldsJson(const Item& item) {
+  Json fields = Json::object();
+  for (const auto& [id, value] : item.fields) fields[id] = value;
+  return fields;
 }
 
 // ID=VALUE, or just ID where only ids count.
@@ -35,18 +61,19 @@ ItemField FieldArgument(const std::string& arg, bool with_value) {
 }  // namespace
 
 const char* ItemsCommand::Help() const {
-  return "usage: vaultkit [--data-root DIR] --account NAME items ACTION\n"
+  return "usage: vaultkit [--data-root DIR] --account NAME items ACTION [--json]\n"
          "  set ITEM ID=VALUE...       set fields of ITEM, creating the item when unknown\n"
-         "  get ITEM                   print the item's fields as ID=VALUE lines\n"
-         "  list                       print every item's name\n"
+         "  get ITEM                   the item's fields as ID=VALUE lines; exit 1 when no\n"
+         "                             item has that name\n"
+         "  list                       every item with its number of fields\n"
          "  delete ITEM                remove the item with its fields\n"
          "  delete-fields ITEM ID...   remove those fields of the item\n"
          "  export FILE                copy every item into the item file FILE, creating it\n"
          "  merge FILE                 copy every item into the existing item file FILE\n"
-         "  find TEXT                  print the first item holding a value not below TEXT\n"
+         "  find TEXT                  the first item holding a value NOT BELOW TEXT\n"
          "Kept behaviour of the store:\n"
          "  find compares by order, not equality: the first value V with TEXT <= V (UTF-16\n"
-         "  code-unit order) names the item; no such value prints nothing and exits 1.\n"
+         "  code-unit order) names the item; when there is none it exits 1.\n"
          "  A lookup whose expression passes 127 characters finds nothing: an ITEM name of\n"
          "  more than 109 characters (fewer with a long field id) makes every set add another\n"
          "  item or field of the same name, which get, delete and delete-fields do not reach.\n"
@@ -58,16 +85,12 @@ const char* ItemsCommand::Help() const {
          "client; when this command ends here).\n";
 }
 
-int ItemsCommand::Run(Host& host, const std::vector<std::string>& args) {
+int ItemsCommand::Run(Host& host, const std::vector<std::string>& all) {
+  std::vector<std::string> args = all;
+  bool json = TakeFlag(args, "--json");
   if (args.empty()) throw UsageError{"items needs an action (see vaultkit items --help)"};
   const std::string& action = args[0];
   std::vector<std::string> rest(args.begin() + 1, args.end());
-  auto item = [&] { return FromUtf8(rest[0]); };
-  auto fields = [&](bool with_value) {
-    std::vector<ItemField> records;
-    for (size_t i = 1; i < rest.size(); ++i) records.push_back(FieldArgument(rest[i], with_value));
-    return records;
-  };
   bool changes = action == "set" || action == "delete" || action == "delete-fields";
   if (!((changes && !rest.empty()) || (action == "get" && rest.size() == 1) ||
         (action == "list" && rest.empty()) ||
@@ -75,59 +98,65 @@ int ItemsCommand::Run(Host& host, const std::vector<std::string>& args) {
     throw UsageError{"unknown or incomplete items action (see vaultkit items --help)"};
   }
   std::vector<ItemField> records;
-  if (action == "set" || action == "delete-fields") records = fields(action == "set");
+  for (size_t i = 1; changes && action != "delete" && i < rest.size(); ++i) {
+    records.push_back(FieldArgument(rest[i], action == "set"));
+  }
   if (action == "set" && records.empty()) throw UsageError{"items set needs ID=VALUE fields"};
 
   ComRef<IWEZItemStore> store = OpenItemStore(host);
-  int status = 0;
-  if (action == "set") {
-    status = ReportWithReason(
-        "SetItemFields",
-        store->SetItemFields(item().c_str(), records.data(), static_cast<LONG>(records.size())));
-  } else if (action == "delete") {
-    status = ReportWithReason("DeleteItem", store->DeleteItem(item().c_str()));
-  } else if (action == "delete-fields") {
-    status = ReportWithReason(
-        "DeleteItemFields",
-        store->DeleteItemFields(item().c_str(), records.data(), static_cast<LONG>(records.size())));
-  } else if (action == "get") {
-    std::vector<std::string> names = ItemNames(store.get());
-    if (std::find(names.begin(), names.end(), rest[0]) == names.end()) {
-      std::fprintf(stderr, "vaultkit: item '%s' not found\n", rest[0].c_str());
-      return 1;
-    }
-    LONG count = 0, written = 0;
-    status =
-        ReportWithReason("GetItemFieldCount", store->GetItemFieldCount(item().c_str(), &count));
-    std::vector<ItemField> out(static_cast<size_t>(std::max<LONG>(count, 0)));
-    if (status == 0 && count > 0) {
-      status = ReportWithReason("GetItemFields",
-                                store->GetItemFields(item().c_str(), out.data(), &written));
-    }
-    for (LONG i = 0; i < written; ++i) {
-      std::printf("%s=%s\n", FieldUtf8(out[i].id).c_str(), FieldUtf8(out[i].value).c_str());
-    }
-  } else if (action == "list") {
-    for (const std::string& name : ItemNames(store.get())) std::printf("%s\n", name.c_str());
-  } else if (action == "export" || action == "merge") {
-    std::u16string file = FromUtf8(rest[0]);
-    HRESULT hr =
-        action == "export" ? store->ExportToFile(file.c_str()) : store->MergeIntoFile(file.c_str());
-    status = ReportWithReason(action == "export" ? "ExportToFile" : "MergeIntoFile", hr);
-  } else {
-    BSTR found = nullptr;
-    status = ReportWithReason("FindItemByFieldValue",
-                              store->FindItemByFieldValue(FromUtf8(rest[0]).c_str(), &found));
-    std::string name = Utf8(found);
-    if (status == 0 && name.empty()) {
-      std::fprintf(stderr, "vaultkit: no item holds a value not below '%s' (not found)\n",
-                   rest[0].c_str());
-      return 1;
-    }
-    if (status == 0) std::printf("%s\n", name.c_str());
+  std::u16string first = rest.empty() ? u"" : FromUtf8(rest[0]);
+  LONG count = static_cast<LONG>(records.size());
+  if (action == "set" || action == "delete" || action == "delete-fields") {
+    int status =
+        action == "set"
+            ? Report("SetItemFields", store->SetItemFields(first.c_str(), records.data(), count))
+        : action == "delete"
+            ? Report("DeleteItem", store->DeleteItem(first.c_str()))
+            : Report("DeleteItemFields",
+                     store->DeleteItemFields(first.c_str(), records.data(), count));
+    store->Close();
+    return status;
   }
-  if (changes) store->Close();
-  return status;
+  if (action == "export" || action == "merge") {
+    return action == "export" ? Report("ExportToFile", store->ExportToFile(first.c_str()))
+                              : Report("MergeIntoFile", store->MergeIntoFile(first.c_str()));
+  }
+  if (action == "find") {
+    BSTR found = nullptr;
+    HRESULT hr = store->FindItemByFieldValue(first.c_str(), &found);
+    std::string name = Utf8(found);
+    if (hr != S_OK) return Report("FindItemByFieldValue", hr);
+    if (name.empty()) throw NotFound{"no item holds a value not below '" + rest[0] + "'"};
+    json ? PrintJson({{"text", rest[0]}, {"item", name}}) : void(std::printf("%s\n", name.c_str()));
+    return kExitOk;
+  }
+  std::vector<Item> items = Items(store.get());
+  if (action == "get") {
+    auto item =
+        std::find_if(items.begin(), items.end(), [&](const Item& i) { return i.name == rest[0]; });
+    if (item == items.end()) throw NotFound{"no item is named '" + rest[0] + "'"};
+    if (json) {
+      PrintJson({{"name", item->name}, {"fields", FieldsJson(*item)}});
+    } else {
+      for (const auto& [id, value] : item->fields)
+        std::printf("%s=%s\n", id.c_str(), value.c_str());
+    }
+    return kExitOk;
+  }
+  Json list = Json::array();
+  Table table({"item", "fields"});
+  for (const Item& item : items) {
+    list.push_back({{"name", item.name}, {"fields", FieldsJson(item)}});
+    table.Add({item.name, std::to_string(item.fields.size())});
+  }
+  if (json) {
+    PrintJson(list);
+  } else if (table.Empty()) {
+    std::printf("(no items)\n");
+  } else {
+    table.Print();
+  }
+  return kExitOk;
 }
 
 }  // namespace vk::cli

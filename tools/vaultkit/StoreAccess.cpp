@@ -1,40 +1,37 @@
 #include "tools/vaultkit/StoreAccess.h"
 
 #include <cstdio>
-#include <stdexcept>
 
 #include "platform/Text.h"
 #include "tools/vaultkit/Command.h"
 #include "tools/vaultkit/Host.h"
+#include "tools/vaultkit/Json.h"
 
 namespace vk::cli {
 namespace {
+
+// A store opened by `open(store, path)` on the account's `file`.
+template <typename I, typename Get, typename Open>
+ComRef<I> OpenOnPath(Host& host, const char16_t* row, Get get, const char16_t* prog_id,
+                     const std::string& file, Open open) {
+  std::u16string path = host.AccountFile(file);
+  HRESULT opened = S_OK;
+  I* store = host.Store<I>(row, get, prog_id, [&](I* s) { return opened = open(s, path); });
+  if (store == nullptr) {
+    throw Failure{FAILED(opened) ? "cannot open " + ToUtf8(path) + ": " + FailureReason(opened)
+                                 : "the component has no class " + ToUtf8(prog_id)};
+  }
+  return ComRef<I>(store);
+}
 
 // The XML stores and the user list open on (path, root).
 template <typename I, typename Get>
 ComRef<I> OpenWithRoot(Host& host, const char16_t* row, Get get, const char16_t* prog_id,
                        const std::string& file) {
-  std::u16string path = host.AccountFile(file);
   IUnknown* root = static_cast<IClientRoot*>(host.Root());
-  I* store =
-      host.Store<I>(row, get, prog_id, [&](I* s) { return s->Initialize(path.c_str(), root); });
-  if (store == nullptr) {
-    throw std::runtime_error("the store " + ToUtf8(prog_id) + " is not available");
-  }
-  return ComRef<I>(store);
-}
-
-// The stores that open on a path alone.
-template <typename I, typename Get, typename Open>
-ComRef<I> OpenOnPath(Host& host, const char16_t* row, Get get, const char16_t* prog_id,
-                     const std::string& file, Open open) {
-  std::u16string path = host.AccountFile(file);
-  I* store = host.Store<I>(row, get, prog_id, [&](I* s) { return open(s, path); });
-  if (store == nullptr) {
-    throw std::runtime_error("the store " + ToUtf8(prog_id) + " cannot be opened on " +
-                             ToUtf8(path));
-  }
-  return ComRef<I>(store);
+  return OpenOnPath<I>(host, row, get, prog_id, file, [&](I* s, const std::u16string& path) {
+    return s->Initialize(path.c_str(), root);
+  });
 }
 
 }  // namespace
@@ -92,7 +89,29 @@ ComRef<IMobileProfileStore> OpenMobileProfile(Host& host) {
       });
 }
 
-int ReportWithReason(const char* what, HRESULT hr) {
+std::string StatusName(HRESULT hr) {
+  static const struct {
+    HRESULT status;
+    const char* name;
+  } kNames[] = {{S_OK, "S_OK"},
+                {S_FALSE, "S_FALSE"},
+                {E_NOTIMPL, "E_NOTIMPL"},
+                {E_NOINTERFACE, "E_NOINTERFACE"},
+                {E_POINTER, "E_POINTER"},
+                {E_FAIL, "E_FAIL"},
+                {E_UNEXPECTED, "E_UNEXPECTED"},
+                {E_OUTOFMEMORY, "E_OUTOFMEMORY"},
+                {E_INVALIDARG, "E_INVALIDARG"},
+                {E_ACCESSDENIED, "E_ACCESSDENIED"}};
+  char number[16];
+  std::snprintf(number, sizeof number, "0x%08X", static_cast<unsigned>(hr));
+  for (const auto& known : kNames) {
+    if (known.status == hr) return std::string(known.name) + " (" + number + ")";
+  }
+  return number;
+}
+
+std::string FailureReason(HRESULT hr) {
   IErrorInfo* info = nullptr;
   std::string reason;
   if (GetErrorInfo(0, &info) == S_OK && info != nullptr) {
@@ -101,18 +120,15 @@ int ReportWithReason(const char* what, HRESULT hr) {
     reason = Utf8(description);
     info->Release();
   }
-  int status = Report(what, hr);
-  if (status != 0 && !reason.empty()) std::fprintf(stderr, "vaultkit: %s\n", reason.c_str());
-  return status;
+  return reason.empty() ? "the store answered " + StatusName(hr) : reason;
 }
 
-int Report(const char* what, HRESULT hr) {
-  if (hr == S_OK) return 0;
-  std::fprintf(stderr, "vaultkit: %s answered 0x%08X%s\n", what, static_cast<unsigned>(hr),
-               hr == S_FALSE  ? " (S_FALSE)"
-               : hr == E_FAIL ? " (E_FAIL)"
-                              : "");
-  return 1;
+int Report(const char* what, HRESULT hr, std::initializer_list<HRESULT> success) {
+  for (HRESULT ok : success) {
+    if (hr == ok) return kExitOk;
+  }
+  std::fprintf(stderr, "vaultkit: %s failed: %s\n", what, FailureReason(hr).c_str());
+  return kExitFailed;
 }
 
 std::string Utf8(BSTR text) {
@@ -122,22 +138,27 @@ std::string Utf8(BSTR text) {
 }
 
 template <typename I>
-int VersionAction(I* store, const std::vector<std::string>& args) {
+int VersionAction(I* store, const std::vector<std::string>& args, bool json) {
   if (args.size() == 1 && args[0] == "get") {
     LONG version = 0;
     HRESULT hr = store->GetVersion(&version);
-    if (hr == S_OK) std::printf("%d\n", version);
-    return Report("GetVersion", hr);
+    if (hr != S_OK) return Report("GetVersion", hr);
+    if (json) {
+      PrintJson({{"version", version}});
+    } else {
+      std::printf("%d\n", version);
+    }
+    return kExitOk;
   }
   if (args.size() == 2 && args[0] == "set") {
-    return Report("SetVersion", store->SetVersion(static_cast<LONG>(ParseLong(args[1], "N"))));
+    return Report("SetVersion", store->SetVersion(ParseInt32(args[1], "N")));
   }
   throw UsageError{"version takes 'get' or 'set N'"};
 }
 
-template int VersionAction<IUserGrid>(IUserGrid*, const std::vector<std::string>&);
-template int VersionAction<IKeyDepts>(IKeyDepts*, const std::vector<std::string>&);
-template int VersionAction<IDeptLeader>(IDeptLeader*, const std::vector<std::string>&);
-template int VersionAction<IPortalStore>(IPortalStore*, const std::vector<std::string>&);
+template int VersionAction<IUserGrid>(IUserGrid*, const std::vector<std::string>&, bool);
+template int VersionAction<IKeyDepts>(IKeyDepts*, const std::vector<std::string>&, bool);
+template int VersionAction<IDeptLeader>(IDeptLeader*, const std::vector<std::string>&, bool);
+template int VersionAction<IPortalStore>(IPortalStore*, const std::vector<std::string>&, bool);
 
 }  // namespace vk::cli
