@@ -8,7 +8,9 @@
 #include <chrono>
 #include <filesystem>
 #include <string>
+#include <vector>
 
+#include "bench/BenchSupport.h"
 #include "org/DeptLeader.h"
 #include "org/KeyDepts.h"
 #include "org/UserGrid.h"
@@ -17,13 +19,11 @@
 
 namespace {
 
-constexpr int kEntries = 10000;
+using vk::bench::BareXPathNanoseconds;
+using vk::bench::MeanNanoseconds;
+using vk::bench::TempFolder;
 
-std::string TempFolder() {
-  std::string pattern = std::filesystem::temp_directory_path().string() + "/vk-bench-XXXXXX";
-  if (::mkdtemp(pattern.data()) == nullptr) abort();
-  return pattern;
-}
+constexpr int kEntries = 10000;
 
 std::u16string Nick(int i) {
   return u"user" + vk::FromUtf8(std::to_string(i));
@@ -38,15 +38,6 @@ std::u16string MakeGridFile(const std::string& folder) {
   grid->Close();
   grid->Release();
   return path;
-}
-
-// Runs work `rounds` times and returns the mean nanoseconds per round.
-template <typename Work>
-double MeanNanoseconds(int rounds, Work&& work) {
-  auto start = std::chrono::steady_clock::now();
-  for (int i = 0; i < rounds; ++i) work(i);
-  std::chrono::duration<double, std::nano> spent = std::chrono::steady_clock::now() - start;
-  return spent.count() / rounds;
 }
 
 // Times the benchmark loop itself so the ratio to the baseline can be reported per run.
@@ -69,19 +60,10 @@ class LoopTimer {
 
 // The bare libxml2 lookup the store's GetGrid does: one XPath selection on the document.
 double BareLookupNanoseconds(const std::u16string& path) {
-  xmlDocPtr doc = xmlReadFile(vk::PathToNative(path).c_str(), nullptr, XML_PARSE_NONET);
-  xmlXPathContextPtr ctx = xmlXPathNewContext(doc);
-  double ns = MeanNanoseconds(200, [&](int i) {
-    std::string expression =
-        "/UserGrid//User[@Nick=\"" + vk::ToUtf8(Nick((i * 7919) % kEntries)) + "\"]";
-    xmlXPathObjectPtr result =
-        xmlXPathEvalExpression(reinterpret_cast<const xmlChar*>(expression.c_str()), ctx);
-    benchmark::DoNotOptimize(result);
-    xmlXPathFreeObject(result);
+  return BareXPathNanoseconds(path, 200, [](int i) {
+    return std::vector<std::string>{"/UserGrid//User[@Nick=\"" +
+                                    vk::ToUtf8(Nick((i * 7919) % kEntries)) + "\"]"};
   });
-  xmlXPathFreeContext(ctx);
-  xmlFreeDoc(doc);
-  return ns;
 }
 
 void BM_UserGridLookup(benchmark::State& state) {

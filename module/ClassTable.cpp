@@ -7,6 +7,8 @@
 #include "org/PortalStore.h"
 #include "org/UserGrid.h"
 #include "org/UserList.h"
+#include "profiles/MobileProfileStore.h"
+#include "profiles/WEZItemStore.h"
 #include "settings/OptionStore.h"
 #include "vaultkit/identifiers.h"
 
@@ -18,11 +20,14 @@ namespace {
 const ClassEntry kClasses[] = {
     {&CLSID_DeptLeader, "IDeptLeader", "CDeptLeader", &CreateObject<CDeptLeader>},
     {&CLSID_KeyDepts, "IKeyDepts", "CKeyDepts", &CreateObject<CKeyDepts>},
+    {&CLSID_MobileProfileStore, "IMobileProfileStore", "CMobileProfileStore",
+     &CreateObject<CMobileProfileStore>},
     {&CLSID_OptionStore, "IOptionStore", "COptionStore", &CreateObject<COptionStore>},
     {&CLSID_PortalStore, "IPortalStore", "CPortalStore", &CreateObject<CPortalStore>},
     {&CLSID_StoreModule, "Vaultkit.StoreModule", "CStoreModule", &CreateObject<CStoreModule>},
     {&CLSID_UserGrid, "IUserGrid", "CUserGrid", &CreateObject<CUserGrid>},
     {&CLSID_UserList, "IUserList", "CUserList", &CreateObject<CUserList>},
+    {&CLSID_WEZItemStore, "IWEZItemStore", "CWEZItemStore", &CreateObject<CWEZItemStore>},
 };
 
 }  // namespace

@@ -29,8 +29,12 @@ std::string Format(const char* format, const char* file, unsigned line, const st
 }  // namespace
 
 void ReportAssert(const char* file, int line) {
-  std::u16string text = FormatWide(u"%s\nfile: %S\nline: %d\n", u"ASSERT HAPPENS!",
-                                   file != nullptr ? file : "", line);
+  ReportAtLine(u"ASSERT HAPPENS!", file, line);
+}
+
+void ReportAtLine(const char16_t* headline, const char* file, int line) {
+  std::u16string text =
+      FormatWide(u"%s\nfile: %S\nline: %d\n", headline, file != nullptr ? file : "", line);
   // The report buffer holds 512 characters, at most 511 of them written.
   if (text.size() > 511) {
     text.resize(511);

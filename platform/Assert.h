@@ -12,6 +12,9 @@ namespace vk {
 // Writes "ASSERT HAPPENS!\nfile: <file>\nline: <line>\n" (at most 511 characters) to the
 // client log with level "important", empty source and function.
 void ReportAssert(const char* file, int line);
+// The same report with another headline in place of "ASSERT HAPPENS!" (a log line that names
+// its place in the source).
+void ReportAtLine(const char16_t* headline, const char* file, int line);
 
 // Runs body() and turns whatever it throws into the trace line of its kind (through the
 // debug channel) and E_FAIL; `reporting` guards also write the assertion report.

@@ -223,6 +223,27 @@ std::u16string DomNode::Text() const {
   return TakeXml(xmlNodeGetContent(node_));
 }
 
+void DomNode::SetText(std::u16string_view text) {
+  RequireElement();
+  std::string utf8 = ToXmlText(text);
+  xmlNodePtr replacement = nullptr;
+  if (!utf8.empty()) {
+    replacement = xmlNewDocTextLen(node_->doc, X(utf8), static_cast<int>(utf8.size()));
+    if (replacement == nullptr) throw ComError(E_OUTOFMEMORY, u"Cannot create a text node.");
+  }
+  // The old children may still be held by handles: they leave the tree but stay alive.
+  while (node_->children != nullptr) {
+    xmlNodePtr child = node_->children;
+    xmlUnlinkNode(child);
+    state_->TrackDetached(child);
+  }
+  if (replacement != nullptr) {
+    replacement->parent = node_;
+    node_->children = replacement;
+    node_->last = replacement;
+  }
+}
+
 std::optional<std::u16string> DomNode::GetAttribute(std::u16string_view name) const {
   RequireElement();
   xmlAttrPtr attr = FindAttribute(node_, ToXmlText(name));

@@ -38,6 +38,9 @@ class DomNode {
   void SetNodeValue(std::u16string_view value);
   // The concatenated text of the node and its descendants.
   std::u16string Text() const;
+  // Replaces an element's children with one text node holding `text` as it is (no entity
+  // references are read from it); an empty text leaves the element without children.
+  void SetText(std::u16string_view text);
 
   // Attributes of an element: an absent attribute is none, an empty one is "".
   std::optional<std::u16string> GetAttribute(std::u16string_view name) const;

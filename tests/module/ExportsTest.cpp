@@ -81,8 +81,15 @@ TEST_F(LoadedLibrary, RegistrationMapsEveryProgIdAndReportsSuccessEvenWhenItCann
   CLSID clsid;
   EXPECT_EQ(CLSIDFromProgID(u"Vaultkit.StoreModule", &clsid), S_OK);
   EXPECT_TRUE(IsEqualGUID(&clsid, &CLSID_StoreModule));
-  EXPECT_EQ(CLSIDFromProgID(u"IOptionStore", &clsid), S_OK);
-  EXPECT_TRUE(IsEqualGUID(&clsid, &CLSID_OptionStore));
+  const std::pair<const char16_t*, const CLSID*> stores[] = {
+      {u"IOptionStore", &CLSID_OptionStore},
+      {u"IWEZItemStore", &CLSID_WEZItemStore},
+      {u"IMobileProfileStore", &CLSID_MobileProfileStore},
+  };
+  for (const auto& [prog_id, expected] : stores) {
+    EXPECT_EQ(CLSIDFromProgID(prog_id, &clsid), S_OK);
+    EXPECT_TRUE(IsEqualGUID(&clsid, expected));
+  }
   IClientModule* module = nullptr;
   EXPECT_EQ(CoCreateInstance(CLSID_StoreModule, nullptr, CLSCTX_INPROC_SERVER, IID_IClientModule,
                              reinterpret_cast<void**>(&module)),

@@ -198,6 +198,21 @@ TEST_F(ModuleTest, NullOutPointersAndGroupKindsOutOfRange) {
   SysFreeString(name);
 }
 
+TEST_F(ModuleTest, MobileProfileAccessorCreatesTheStoreWhenMissing) {
+  IWEZItemStore* items = reinterpret_cast<IWEZItemStore*>(0x1);
+  EXPECT_EQ(module->GetItemStore(&items), E_FAIL);  // before the load: no item store
+  IMobileProfileStore* first = nullptr;
+  IMobileProfileStore* second = nullptr;
+  ASSERT_EQ(module->GetMobileProfileStore(&first), S_OK);
+  ASSERT_NE(first, nullptr);
+  EXPECT_EQ(module->GetMobileProfileStore(&second), S_OK);
+  EXPECT_EQ(first, second);  // created once, then held
+  std::u16string path = data.Path() + u"MobileProfile.xml";
+  EXPECT_EQ(first->Initialize(path.c_str()), S_OK);
+  first->Release();
+  second->Release();
+}
+
 TEST_F(ModuleTest, ReadinessFlagsLogTheirTextsAndThePresenceEventClearsThem) {
   module->OnLoad(static_cast<IModuleSite*>(site));
   log.Clear();

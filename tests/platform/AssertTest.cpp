@@ -29,6 +29,12 @@ TEST(AssertTest, ReportAssertWritesOneImportantRecord) {
   ASSERT_EQ(records.size(), 1u);
   EXPECT_EQ(records[0].text.size(), 511u);
   EXPECT_EQ(records[0].text, (u"ASSERT HAPPENS!\nfile: " + vk::FromUtf8(long_path)).substr(0, 511));
+
+  log.Clear();
+  vk::ReportAtLine(u"store opened", "s.cpp", 3);
+  ASSERT_EQ(log.Records().size(), 1u);
+  EXPECT_EQ(log.Records()[0].text, u"store opened\nfile: s.cpp\nline: 3\n");
+  EXPECT_EQ(log.Records()[0].level, u"important");
 }
 
 TEST(AssertTest, ComErrorMessages) {

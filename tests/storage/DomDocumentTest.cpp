@@ -184,6 +184,16 @@ TEST_F(DomDocumentTest, NodeValuesFollowTheW3CRules) {
   EXPECT_EQ(CatchComError([&] { element.SetAttribute(u"A", std::u16string(1, u'\x01')); }).Status(),
             E_INVALIDARG);
   EXPECT_EQ(CatchComError([&] { text.GetAttribute(u"A"); }).Status(), E_FAIL);
+
+  // An element's text replaces all its children; the old child's handle stays usable.
+  element.AppendChild(doc.CreateElement(u"Sub"));
+  element.SetText(u"a &amp; b <c>");
+  EXPECT_EQ(element.Text(), u"a &amp; b <c>");
+  EXPECT_EQ(text.NodeValue(), u"new & <improved>");
+  EXPECT_NE(doc.SaveToBytes().find("<R><T>a &amp;amp; b &lt;c&gt;</T><!--c--></R>"), std::string::npos);
+  element.SetText(u"");
+  EXPECT_TRUE(element.FirstChild().IsNull());
+  EXPECT_EQ(CatchComError([&] { text.SetText(u"x"); }).Status(), E_FAIL);
 }
 
 TEST_F(DomDocumentTest, WhitespaceOnlyTextIsDroppedOnLoad) {

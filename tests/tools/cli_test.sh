@@ -43,6 +43,33 @@ check "grid value read back" test "$("$vaultkit" "${a[@]}" grid get zhangsan)" =
 check "portal in English" grep -q "My workspace" <<<"$("$vaultkit" "${a[@]}" portal show --language 1)"
 check "portal in Traditional Chinese" grep -q "我的工作臺" <<<"$("$vaultkit" "${a[@]}" portal show --language 2)"
 
+"$vaultkit" "${a[@]}" items set buddy x=1 y=2
+"$vaultkit" "${a[@]}" items set buddy x=3
+check "an item's fields read back, a value replaced in place" \
+  test "$("$vaultkit" "${a[@]}" items get buddy | tr '\n' ' ')" = "x=3 y=2 "
+check "the item file on disk" grep -q '<Field id="x">3</Field>' "$d/Accounts/alice/WEZExtBuddy.xml"
+check "find takes the first value not below the text" test "$("$vaultkit" "${a[@]}" items find 2)" = buddy
+check "find with no value not below exits 1" test "$(exit_code "$vaultkit" "${a[@]}" items find 4)" = 1
+check "merge into a missing file exits 3" \
+  test "$(exit_code "$vaultkit" "${a[@]}" items merge "$work/none.xml")" = 3
+check "merge created nothing" test ! -e "$work/none.xml"
+"$vaultkit" "${a[@]}" items export "$work/out.xml"
+check "export writes the items" grep -q '<Item Name="buddy"><Field id="x">3</Field>' "$work/out.xml"
+check "export into a folder exits 3" test "$(exit_code "$vaultkit" "${a[@]}" items export "$work")" = 3
+check "a quote in an item name exits 3" test "$(exit_code "$vaultkit" "${a[@]}" items set 'a"b' x=1)" = 3
+check "items list --json is one document" \
+  grep -q '"fields": {' <<<"$("$vaultkit" "${a[@]}" items list --json)"
+check "a field without an id exits 2" test "$(exit_code "$vaultkit" "${a[@]}" items set b =1)" = 2
+check "a taken mobile name gets a number" \
+  test "$("$vaultkit" "${a[@]}" mobile add Mum --gid 1)$("$vaultkit" "${a[@]}" mobile add mum)" = Mummum1
+check "mobile get folds A to Z" grep -q '"name": "mum1"' <<<"$("$vaultkit" "${a[@]}" mobile get MUM1 --json)"
+check "delete in another case succeeds" test "$(exit_code "$vaultkit" "${a[@]}" mobile delete MUM1)" = 0
+check "... and removes nothing" test "$("$vaultkit" "${a[@]}" mobile list | wc -l)" = 3
+check "deleting an unknown mobile name exits 1" \
+  test "$(exit_code "$vaultkit" "${a[@]}" mobile delete nobody)" = 1
+check "a name longer than the record exits 2" \
+  test "$(exit_code "$vaultkit" "${a[@]}" mobile add "$(printf 'n%.0s' {1..33})")" = 2
+
 check "unknown command exits 2" test "$(exit_code "$vaultkit" --data-root "$d" frobnicate)" = 2
 check "missing arguments exit 2" test "$(exit_code "$vaultkit" --data-root "$d" options set k)" = 2
 check "a bad number exits 2" test "$(exit_code "$vaultkit" "${a[@]}" leader get abc)" = 2
@@ -113,6 +140,7 @@ demo=$(cd "$work" && "$vaultkit" demo 2>&1)
 [ "$(grep -c "demo finished$" <<<"$demo")" = 1 ] || echo "$demo" | tail -20
 check "the demo runs to its end" grep -q "demo finished$" <<<"$demo"
 check "the demo's flush ran twice" grep -q "2 flushes" <<<"$demo"
+check "the demo stores the second Mum as mum1" grep -qx "mum1" <<<"$demo"
 
 echo "$passed passed, $failed failed"
 test "$failed" = 0

@@ -134,6 +134,16 @@ int DemoCommand::Run(Host& host, const std::vector<std::string>& args) {
     step("portal", {"show"});
     step("portal", {"show", "--language", "1"});
     step("portal", {"show", "--language", "2"});
+
+    Banner("External buddies: items of id=value fields");
+    step("items", {"set", "wangwu@partner", "email=wangwu@partner.example", "phone=010-5555"});
+    step("items", {"get", "wangwu@partner"});
+    step("items", {"find", "010"});
+
+    Banner("The mobile profile: names unique regardless of case");
+    step("mobile", {"add", "Mum", "--gid", "1", "--number", "13800000000"});
+    step("mobile", {"add", "mum", "--gid", "1", "--info", "stored as mum1"});
+    step("mobile", {"list"});
   }
 
   Banner("Readiness and root events");

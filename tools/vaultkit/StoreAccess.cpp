@@ -10,20 +10,28 @@
 namespace vk::cli {
 namespace {
 
-// The XML stores and the user list open on (path, root).
-template <typename I, typename Get>
-ComRef<I> OpenWithRoot(Host& host, const char16_t* row, Get get, const char16_t* prog_id,
-                       const std::string& file) {
+// A store opened by `open(store, path)` on the account's `file`.
+template <typename I, typename Get, typename Open>
+ComRef<I> OpenOnPath(Host& host, const char16_t* row, Get get, const char16_t* prog_id,
+                     const std::string& file, Open open) {
   std::u16string path = host.AccountFile(file);
-  IUnknown* root = static_cast<IClientRoot*>(host.Root());
   HRESULT opened = S_OK;
-  I* store = host.Store<I>(row, get, prog_id,
-                           [&](I* s) { return opened = s->Initialize(path.c_str(), root); });
+  I* store = host.Store<I>(row, get, prog_id, [&](I* s) { return opened = open(s, path); });
   if (store == nullptr) {
     throw Failure{FAILED(opened) ? "cannot open " + ToUtf8(path) + ": " + FailureReason(opened)
                                  : "the component has no class " + ToUtf8(prog_id)};
   }
   return ComRef<I>(store);
+}
+
+// The XML stores and the user list open on (path, root).
+template <typename I, typename Get>
+ComRef<I> OpenWithRoot(Host& host, const char16_t* row, Get get, const char16_t* prog_id,
+                       const std::string& file) {
+  IUnknown* root = static_cast<IClientRoot*>(host.Root());
+  return OpenOnPath<I>(host, row, get, prog_id, file, [&](I* s, const std::u16string& path) {
+    return s->Initialize(path.c_str(), root);
+  });
 }
 
 }  // namespace
@@ -57,6 +65,28 @@ ComRef<IPortalStore> OpenPortal(Host& host) {
   return OpenWithRoot<IPortalStore>(
       host, u"portal", [](IWEZStore* m, IPortalStore** s) { return m->GetPortalStore(s); },
       u"IPortalStore", "PortalIcon/EPortal.xml");
+}
+
+ComRef<IWEZItemStore> OpenItemStore(Host& host) {
+  return OpenOnPath<IWEZItemStore>(
+      host, u"items", [](IWEZStore* m, IWEZItemStore** s) { return m->GetItemStore(s); },
+      u"IWEZItemStore", "WEZExtBuddy.xml",
+      [](IWEZItemStore* s, const std::u16string& path) {
+        BSTR text = SysAllocString(path.c_str());
+        HRESULT hr = s->Initialize(text);
+        SysFreeString(text);
+        return hr;
+      });
+}
+
+ComRef<IMobileProfileStore> OpenMobileProfile(Host& host) {
+  return OpenOnPath<IMobileProfileStore>(
+      host, u"mobile profiles",
+      [](IWEZStore* m, IMobileProfileStore** s) { return m->GetMobileProfileStore(s); },
+      u"IMobileProfileStore", "MobileProfile.xml",
+      [](IMobileProfileStore* s, const std::u16string& path) {
+        return s->Initialize(path.c_str());
+      });
 }
 
 std::string StatusName(HRESULT hr) {

@@ -19,6 +19,8 @@ ComRef<IUserGrid> OpenUserGrid(Host& host);
 ComRef<IKeyDepts> OpenKeyDepts(Host& host);
 ComRef<IDeptLeader> OpenDeptLeader(Host& host);
 ComRef<IPortalStore> OpenPortal(Host& host);
+ComRef<IWEZItemStore> OpenItemStore(Host& host);
+ComRef<IMobileProfileStore> OpenMobileProfile(Host& host);
 
 // Reads a status as the operation's contract gives it: a status in `success` is success
 // (kExitOk); any other prints "vaultkit: <what> failed: <why>" on stderr and returns

@@ -1,0 +1,55 @@
+// What the benchmarks share: a scratch folder, a plain timing loop and the bare libxml2 XPath
+// baseline.
+#pragma once
+
+#include <benchmark/benchmark.h>
+#include <libxml/parser.h>
+#include <libxml/xpath.h>
+#include <stdlib.h>
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+
+#include "platform/Files.h"
+
+namespace vk::bench {
+
+// A new folder under the system's temporary folder; the caller removes it.
+inline std::string TempFolder() {
+  std::string pattern = std::filesystem::temp_directory_path().string() + "/vk-bench-XXXXXX";
+  if (::mkdtemp(pattern.data()) == nullptr) abort();
+  return pattern;
+}
+
+// Runs work `rounds` times and returns the mean nanoseconds per round.
+template <typename Work>
+double MeanNanoseconds(int rounds, Work&& work) {
+  auto start = std::chrono::steady_clock::now();
+  for (int i = 0; i < rounds; ++i) work(i);
+  std::chrono::duration<double, std::nano> spent = std::chrono::steady_clock::now() - start;
+  return spent.count() / rounds;
+}
+
+// Bare libxml2 on the store's file: the expressions that `expressions(round)` returns,
+// evaluated from the document element; the mean nanoseconds per round.
+template <typename Expressions>
+inline double BareXPathNanoseconds(const std::u16string& path, int rounds,
+                                   Expressions&& expressions) {
+  xmlDocPtr doc = xmlReadFile(PathToNative(path).c_str(), nullptr, XML_PARSE_NONET);
+  xmlXPathContextPtr ctx = xmlXPathNewContext(doc);
+  ctx->node = xmlDocGetRootElement(doc);
+  double ns = MeanNanoseconds(rounds, [&](int i) {
+    for (const std::string& expression : expressions(i)) {
+      xmlXPathObjectPtr result =
+          xmlXPathEvalExpression(reinterpret_cast<const xmlChar*>(expression.c_str()), ctx);
+      benchmark::DoNotOptimize(result);
+      xmlXPathFreeObject(result);
+    }
+  });
+  xmlXPathFreeContext(ctx);
+  xmlFreeDoc(doc);
+  return ns;
+}
+
+}  // namespace vk::bench

@@ -1,0 +1,189 @@
+#include "profiles/MobileProfileStore.h"
+
+#include "platform/Assert.h"
+#include "platform/ComError.h"
+#include "platform/Log.h"
+#include "platform/Text.h"
+#include "storage/DomNodeList.h"
+#include "storage/FixedField.h"
+#include "storage/LeadingDigits.h"
+
+namespace {
+
+const vk::XmlStoreSettings kSettings{
+    .file_template =
+        u"<?xml version=\"1.0\" encoding=\"GB2312\"?><?Mobile 用户详细资料 ?><Root></Root>",
+};
+const char16_t kEntry[] = u"ITEM";
+
+std::u16string NameOf(const vk::DomNode& entry) {
+  return entry.IsElement() ? entry.GetAttribute(u"Name").value_or(std::u16string())
+                           : std::u16string();
+}
+
+bool SameIgnoringCase(std::u16string_view a, std::u16string_view b) {
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i) {
+    if (a[i] != b[i] && vk::WideToLower(a[i]) != vk::WideToLower(b[i])) return false;
+  }
+  return true;
+}
+
+// Whether an entry has the name in any letter case. The walk covers every leading element
+// child, whatever its tag, and always runs to the end.
+bool NameTaken(const vk::DomNode& root, std::u16string_view name) {
+  bool taken = false;
+  for (vk::DomNode child = root.FirstChild(); child.IsElement(); child = child.NextSibling()) {
+    if (SameIgnoringCase(NameOf(child), name)) taken = true;
+  }
+  return taken;
+}
+
+void Fill(MobileProfileItem& record, const vk::DomNode& entry) {
+  auto text = [&](const char16_t* name) {
+    return entry.GetAttribute(name).value_or(std::u16string());
+  };
+  vk::CopyToField(record.Name, text(u"Name"));
+  record.GID = vk::ParseLeadingDigits(entry.GetAttribute(u"GID"));
+  vk::CopyToField(record.Number, text(u"Number"));
+  vk::CopyToField(record.ZPNO, text(u"ZPNO"));
+  vk::CopyToField(record.INFO, text(u"INFO"));
+}
+
+}  // namespace
+
+CMobileProfileStore::CMobileProfileStore() : vk::XmlStoreBase(kSettings) {}
+
+vk::DomNode CMobileProfileStore::Root() {
+  if (!IsInitialized()) throw vk::ComError(E_FAIL, u"The mobile profile is not open.");
+  return Document().DocumentElement();
+}
+
+HRESULT CMobileProfileStore::Raise(HRESULT status, const std::u16string& description) {
+  VK_REPORT_ASSERT();
+  return HandOver(status, description);
+}
+
+HRESULT CMobileProfileStore::HandOver(HRESULT status, const std::u16string& description) {
+  vk::SetErrorDescription(description);
+  return status;
+}
+
+HRESULT CMobileProfileStore::Initialize(LPCOLESTR path) {
+  // Opening drops the previous document even when the new path is refused; the shared
+  // opening has already reported its failures.
+  HRESULT hr = InitializeStore(path, nullptr);
+  if (path == nullptr) return HandOver(E_INVALIDARG, u"The mobile profile needs a file path.");
+  if (FAILED(hr)) {
+    return HandOver(hr, u"The mobile profile cannot be written to " + std::u16string(path));
+  }
+  return S_OK;
+}
+
+HRESULT CMobileProfileStore::AddItem(MobileProfileItem* item) {
+  if (item == nullptr) {
+    VK_REPORT_ASSERT();
+    return E_INVALIDARG;
+  }
+  return VK_REPORTING_GUARD({
+    try {
+      vk::DomNode root = Root();
+      const std::u16string name(vk::FieldText(item->Name));
+      std::u16string candidate = name;
+      for (int i = 1; NameTaken(root, candidate); ++i) {
+        candidate = name + vk::FromUtf8(std::to_string(i));
+      }
+      vk::CopyToField(item->Name, candidate);
+      vk::DomNode entry = Document().CreateElement(kEntry);
+      entry.SetAttribute(u"Name", candidate);
+      entry.SetAttribute(u"GID", int64_t{item->GID});
+      entry.SetAttribute(u"Number", vk::FieldText(item->Number));
+      entry.SetAttribute(u"ZPNO", vk::FieldText(item->ZPNO));
+      entry.SetAttribute(u"INFO", vk::FieldText(item->INFO));
+      root.AppendChild(entry);
+      MarkDirty();
+      return S_OK;
+    } catch (const vk::ComError& error) {
+      VK_REPORT_ASSERT();
+      OutputDebugStringW(vk::FormatWide(u"\r\n%s\r\n", error.Description().c_str()).c_str());
+      return E_FAIL;
+    }
+  });
+}
+
+HRESULT CMobileProfileStore::DeleteItem(LPCOLESTR name) {
+  std::u16string_view wanted = vk::TextOrEmpty(name);
+  return VK_REPORTING_GUARD({
+    try {
+      vk::DomNode root = Root();
+      if (!NameTaken(root, wanted)) {
+        return Raise(E_INVALIDARG, u"No mobile profile entry is named " + std::u16string(wanted));
+      }
+      // Only an exact match goes. A removed node has no siblings left, so the walk ends at
+      // the first one; a name that differs only in case passed the test above and stays.
+      for (vk::DomNode child = root.FirstChild(); child; child = child.NextSibling()) {
+        if (child.IsElement() && NameOf(child) == wanted) {
+          root.RemoveChild(child);
+          break;
+        }
+      }
+      MarkDirty();
+      return S_OK;
+    } catch (const vk::ComError& error) {
+      return Raise(error.Status(), error.Description());
+    }
+  });
+}
+
+HRESULT CMobileProfileStore::GetItem(LPCOLESTR name, MobileProfileItem* item) {
+  if (item == nullptr) {
+    VK_REPORT_ASSERT();
+    return E_INVALIDARG;
+  }
+  return VK_QUIET_GUARD({
+    // Only A to Z are folded on the stored side; any other character must match the
+    // lower-cased name exactly.
+    std::u16string xpath =
+        u"./ITEM[translate(@Name, '1234567890ABCDEFGHIJKLMNOPQRSTUVWXYZ', "
+        u"'1234567890abcdefghijklmnopqrstuvwxyz') = '" +
+        vk::WideToLower(vk::TextOrEmpty(name)) + u"']";
+    vk::DomNode entry = Root().SelectSingleNode(xpath);
+    if (!entry) return E_FAIL;
+    Fill(*item, entry);
+    return S_OK;
+  });
+}
+
+HRESULT CMobileProfileStore::GetItemCount(LONG* count) {
+  if (count == nullptr) {
+    VK_REPORT_ASSERT();
+    return E_INVALIDARG;
+  }
+  return VK_QUIET_GUARD({
+    *count = Root().SelectNodes(u"./ITEM").Length();
+    return S_OK;
+  });
+}
+
+HRESULT CMobileProfileStore::GetItems(MobileProfileItem* items) {
+  if (items == nullptr) {
+    VK_REPORT_ASSERT();
+    return E_INVALIDARG;
+  }
+  return VK_QUIET_GUARD({
+    // Every leading element child is an entry here, whatever its tag; the records stop at
+    // the count the caller sized its array from, so foreign elements cannot overrun it.
+    vk::DomNode root = Root();
+    long capacity = root.SelectNodes(u"./ITEM").Length();
+    long filled = 0;
+    for (vk::DomNode child = root.FirstChild(); child.IsElement() && filled < capacity;
+         child = child.NextSibling()) {
+      Fill(items[filled++], child);
+    }
+    return S_OK;
+  });
+}
+
+HRESULT CMobileProfileStore::Close() {
+  return CloseStore();
+}
