@@ -1,11 +1,13 @@
 // Files and folders over POSIX calls. Paths arrive as UTF-16 and go to the OS as UTF-8.
 #include "platform/Files.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
@@ -152,6 +154,65 @@ bool WriteFileAtomically(std::u16string_view path, std::string_view bytes) {
   }
   SyncFolderOf(target);
   return true;
+}
+
+std::optional<std::string> ReadFileRange(std::u16string_view path, int64_t offset, size_t length) {
+  std::string native = PathToNative(path);
+  int fd = ::open(native.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return std::nullopt;
+  struct stat info {};
+  if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+    ::close(fd);
+    return std::nullopt;
+  }
+  std::string bytes;
+  if (offset >= 0 && offset < info.st_size) {
+    auto available = static_cast<uint64_t>(info.st_size - offset);
+    bytes.resize(static_cast<size_t>(std::min<uint64_t>(available, length)));
+    size_t done = 0;
+    while (done < bytes.size()) {
+      ssize_t got = ::pread(fd, bytes.data() + done, bytes.size() - done,
+                            static_cast<off_t>(offset + static_cast<int64_t>(done)));
+      if (got < 0 && errno == EINTR) continue;
+      if (got <= 0) break;
+      done += static_cast<size_t>(got);
+    }
+    bytes.resize(done);
+  }
+  ::close(fd);
+  return bytes;
+}
+
+PathPresence ProbePath(std::u16string_view path) {
+  struct stat info {};
+  if (::stat(PathToNative(path).c_str(), &info) == 0) return PathPresence::kPresent;
+  return errno == ENOENT ? PathPresence::kMissing : PathPresence::kUnknown;
+}
+
+bool IsFolder(std::u16string_view path) {
+  struct stat info {};
+  return ::stat(PathToNative(path).c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+std::vector<FolderEntry> ListFolder(std::u16string_view path) {
+  std::vector<FolderEntry> entries;
+  std::string native = PathToNative(path);
+  DIR* dir = ::opendir(native.c_str());
+  if (dir == nullptr) return entries;
+  if (!native.empty() && native.back() != '/') native += '/';
+  while (const dirent* entry = ::readdir(dir)) {
+    std::string name = entry->d_name;
+    if (name == "." || name == "..") continue;
+    struct stat info {};
+    bool folder = ::lstat((native + name).c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+    entries.push_back({PathFromNative(name), folder, name.front() == '.'});
+  }
+  ::closedir(dir);
+  return entries;
+}
+
+bool RemoveFile(std::u16string_view path) {
+  return ::unlink(PathToNative(path).c_str()) == 0;
 }
 
 }  // namespace vk
