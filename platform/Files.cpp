@@ -58,6 +58,17 @@ void SyncFolderOf(const std::string& target) {
   }
 }
 
+// A descriptor open for reading on a regular file, or -1.
+int OpenRegularFile(std::u16string_view path, struct stat& info) {
+  int fd = ::open(PathToNative(path).c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return -1;
+  if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+    ::close(fd);
+    return -1;
+  }
+  return fd;
+}
+
 }  // namespace
 
 std::u16string NormalizeSeparators(std::u16string_view path) {
@@ -104,14 +115,9 @@ void SetFileAttributesNormal(std::u16string_view path) {
 }
 
 std::optional<std::string> ReadWholeFile(std::u16string_view path) {
-  std::string native = PathToNative(path);
-  int fd = ::open(native.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return std::nullopt;
   struct stat info {};
-  if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
-    ::close(fd);
-    return std::nullopt;
-  }
+  int fd = OpenRegularFile(path, info);
+  if (fd < 0) return std::nullopt;
   std::string bytes;
   char chunk[65536];
   for (;;) {
@@ -157,14 +163,9 @@ bool WriteFileAtomically(std::u16string_view path, std::string_view bytes) {
 }
 
 std::optional<std::string> ReadFileRange(std::u16string_view path, int64_t offset, size_t length) {
-  std::string native = PathToNative(path);
-  int fd = ::open(native.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return std::nullopt;
   struct stat info {};
-  if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
-    ::close(fd);
-    return std::nullopt;
-  }
+  int fd = OpenRegularFile(path, info);
+  if (fd < 0) return std::nullopt;
   std::string bytes;
   if (offset >= 0 && offset < info.st_size) {
     auto available = static_cast<uint64_t>(info.st_size - offset);
