@@ -65,7 +65,13 @@ HRESULT CRevertDialogStore::Initialize(BSTR path, IUnknown* client) {
 
   int16_t exists = 0;
   RevertFileExists(&exists);
-  if (exists == 0 || !ValidateFile()) ResetFile();
+  if (exists == 0) {
+    ResetFile();
+  } else if (!ValidateFile()) {
+    // The dialogs in it are lost with the reset; a copy stays beside the file.
+    vk::KeepDamagedCopy(path_);
+    ResetFile();
+  }
   SetOfflineToOnline(0);
   account_ = Account();
   start_time_ = LocalTimeStamp();

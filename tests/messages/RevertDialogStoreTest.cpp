@@ -156,6 +156,12 @@ TEST_F(RevertDialogStoreTest, InitializeKeepsValidFilesAndReplacesTheOthers) {
       EXPECT_EQ(File(), c.kept ? c.bytes : kNewFile) << c.bytes;
     }
   }
+  // What a reset replaced is kept beside the file.
+  bool kept_copy = false;
+  for (const FolderEntry& e : ListFolder(data_.File(u"Accounts/alice"))) {
+    kept_copy = kept_copy || e.name.starts_with(u"RevertDialog.xml.damaged-");
+  }
+  EXPECT_TRUE(kept_copy);
   // A config out of range is accepted by the setter and judged at the next start.
   ASSERT_EQ(store_->ResetFile(), S_OK);
   ASSERT_EQ(store_->SetRevertOpenConfig(5), S_OK);
