@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "client/ModuleSite.h"
 #include "platform/Text.h"
 #include "tools/vaultkit/Command.h"
 #include "tools/vaultkit/Host.h"
@@ -57,6 +58,44 @@ ComRef<IPortalStore> OpenPortal(Host& host) {
   return OpenWithRoot<IPortalStore>(
       host, u"portal", [](IWEZStore* m, IPortalStore** s) { return m->GetPortalStore(s); },
       u"IPortalStore", "PortalIcon/EPortal.xml");
+}
+
+ComRef<IRevertDialogStore> OpenRevertDialogs(Host& host) {
+  std::u16string path = host.AccountFile("RevertDialog.xml");
+  IUnknown* root = static_cast<IClientRoot*>(host.Root());
+  IRevertDialogStore* store = host.Store<IRevertDialogStore>(
+      u"reply-pending dialogs",
+      [](IWEZStore* m, IRevertDialogStore** s) { return m->GetRevertDialogStore(s); },
+      u"IRevertDialogStore",
+      [&](IRevertDialogStore* s) {
+        BSTR text = SysAllocString(path.c_str());
+        HRESULT hr = s->Initialize(text, root);
+        SysFreeString(text);
+        return hr;
+      });
+  if (store == nullptr) throw Failure{"the component has no class IRevertDialogStore"};
+  return ComRef<IRevertDialogStore>(store);
+}
+
+ComRef<ILocalOffMsgStore> OpenOffMsgs(Host& host) {
+  if (!host.HasAccount()) throw UsageError{"offline messages need --account NAME"};
+  // The module hands the store out without opening it; the client opens it.
+  ILocalOffMsgStore* store = nullptr;
+  if (host.Stores() == nullptr || FAILED(host.Stores()->GetLocalOffMsgStore(&store)) ||
+      store == nullptr) {
+    store = static_cast<ILocalOffMsgStore*>(
+        host.CreateByProgId(u"ILocalOffMsgStore", IID_ILocalOffMsgStore));
+  }
+  if (store == nullptr) throw Failure{"the component has no class ILocalOffMsgStore"};
+  ComRef<ILocalOffMsgStore> held(store);
+  ComRef<ModuleSite> site(new ModuleSite(host.Root()));
+  HRESULT hr = store->Init(static_cast<IModuleSite*>(site.get()));
+  if (SUCCEEDED(hr)) hr = store->OpenAccount();
+  if (FAILED(hr)) {
+    throw Failure{"cannot open the offline message folders of " + host.Account() + " under " +
+                  host.DataRoot() + ": " + FailureReason(hr)};
+  }
+  return held;
 }
 
 std::string StatusName(HRESULT hr) {

@@ -19,6 +19,9 @@ ComRef<IUserGrid> OpenUserGrid(Host& host);
 ComRef<IKeyDepts> OpenKeyDepts(Host& host);
 ComRef<IDeptLeader> OpenDeptLeader(Host& host);
 ComRef<IPortalStore> OpenPortal(Host& host);
+ComRef<IRevertDialogStore> OpenRevertDialogs(Host& host);
+// The offline message store as the client opens it: Init with a site, then OpenAccount.
+ComRef<ILocalOffMsgStore> OpenOffMsgs(Host& host);
 
 // Reads a status as the operation's contract gives it: a status in `success` is success
 // (kExitOk); any other prints "vaultkit: <what> failed: <why>" on stderr and returns
