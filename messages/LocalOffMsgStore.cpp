@@ -5,6 +5,7 @@
 
 #include "messages/OffMsgConversations.h"
 #include "messages/OffMsgIndex.h"
+#include "messages/OffMsgIndexScan.h"
 #include "platform/Assert.h"
 #include "platform/Compression.h"
 #include "platform/Files.h"
@@ -21,6 +22,8 @@ constexpr unsigned long kBodyBuffer = 3600;
 // needs no memory of its own.
 constexpr size_t kZeroTail = 65536;
 
+const vk::OffMsgIndexScan::Visit kSkip = [](const vk::OffMsgAttributes&) {};
+
 void Trace(const std::u16string& line) {
   OutputDebugStringW(line.c_str());
 }
@@ -32,10 +35,6 @@ void Check(HRESULT hr, const char16_t* what) {
 
 std::u16string_view Text(LPCOLESTR text) {
   return text != nullptr ? std::u16string_view(text) : std::u16string_view();
-}
-
-LONG IntAttribute(const vk::DomNode& element, std::u16string_view name) {
-  return vk::ParseLeadingDigits(element.GetAttribute(name));
 }
 
 template <typename T>
@@ -123,10 +122,9 @@ const CLocalOffMsgStore::Channel* CLocalOffMsgStore::FindChannel(LONG channel) c
 
 LONG CLocalOffMsgStore::GetSumFromXML(const std::u16string& index) const {
   OutputDebugStringA("CLocalOffMsgStore::GetSumFromXML Get in\n");
-  vk::OffMsgIndex file;
-  if (!file.Load(index)) return -1;
-  vk::DomNode root = file.Root();
-  return root ? IntAttribute(root, u"DataSum") : -1;
+  LONG sum = -1;
+  auto root = [&](const vk::OffMsgAttributes& a) { sum = a.Int("DataSum"); };
+  return vk::OffMsgIndexScan::Scan(index, root, kSkip) ? sum : -1;
 }
 
 LONG CLocalOffMsgStore::SetSumToXML(const std::u16string& index, LONG sum) const {
@@ -151,23 +149,18 @@ HRESULT CLocalOffMsgStore::GetIndexesFromXML(const std::u16string& index,
                                              vk::OffMsgConversations& into) const {
   OutputDebugStringA("CLocalOffMsgStore::GetIndexesFromXML Get in\n");
   if (!IsFileExist(index)) return S_OK;
-  vk::OffMsgIndex file;
-  if (!file.Load(index) || !file.Root()) return E_FAIL;
-  try {
-    for (const vk::DomNode& record : file.Records()) {
-      into.Add({.msg_id = vk::TextAttribute(record, u"MsgID"),
-                .create_time = IntAttribute(record, u"CreateTime"),
-                .session_desc = vk::TextAttribute(record, u"SessionDesc"),
-                .actor = vk::TextAttribute(record, u"Recievers"),
-                .title = vk::TextAttribute(record, u"Title"),
-                .type = vk::TextAttribute(record, u"Type")});
-    }
-  } catch (const vk::ComError&) {
-    Trace(vk::FormatWide(
-        u"CLocalOffMsgStore::GetIndexesFromXML Processing Elements error -- FileName=%s \n",
-        index.c_str()));
-    return E_FAIL;
-  }
+  std::vector<vk::OffMsgConversation> records;
+  auto record = [&](const vk::OffMsgAttributes& a) {
+    records.push_back({.msg_id = a.Text("MsgID"),
+                       .create_time = a.Int("CreateTime"),
+                       .session_desc = a.Text("SessionDesc"),
+                       .actor = a.Text("Recievers"),
+                       .title = a.Text("Title"),
+                       .type = a.Text("Type")});
+  };
+  // A file that does not read to its end adds nothing.
+  if (!vk::OffMsgIndexScan::Scan(index, kSkip, record)) return E_FAIL;
+  for (vk::OffMsgConversation& r : records) into.Add(std::move(r));
   return S_OK;
 }
 
@@ -234,15 +227,23 @@ HRESULT CLocalOffMsgStore::GetOffMsgFromChannel(const Channel& channel, std::u16
                                                 IDataList* list) const {
   OutputDebugStringA("CLocalOffMsgStore::GetOffMsgByID Get in\n");
   if (!IsFileExist(channel.index)) return S_OK;
-  vk::OffMsgIndex file;
-  if (!file.Load(channel.index) || !file.Root()) return E_FAIL;
+  struct Match {
+    LONG create_time, addr, len;
+    std::u16string sender, receivers, type;
+  };
+  std::vector<Match> matches;
+  auto record = [&](const vk::OffMsgAttributes& a) {
+    if (!vk::EqualsIgnoringCase(a.Text("MsgID"), id)) return;
+    matches.push_back({a.Int("CreateTime"), a.Int("Addr"), a.Int("Len"), a.Text("Sender"),
+                       a.Text("Recievers"), a.Text("Type")});
+  };
+  if (!vk::OffMsgIndexScan::Scan(channel.index, kSkip, record)) return E_FAIL;
   const char16_t* data = channel.data.c_str();
   try {
-    for (const vk::DomNode& record : file.Records()) {
-      if (!vk::EqualsIgnoringCase(vk::TextAttribute(record, u"MsgID"), id)) continue;
+    // The first match whose body reads and decompresses is the message.
+    for (const Match& match : matches) {
       std::string body;
-      if (GetOneOffMsg(channel.data, IntAttribute(record, u"Addr"), IntAttribute(record, u"Len"),
-                       body) != 0) {
+      if (GetOneOffMsg(channel.data, match.addr, match.len, body) != 0) {
         Trace(vk::FormatWide(
             u"CLocalOffMsgStore::GetOffMsgByID GetOneOffMsg Error -- FileName=%s \n", data));
         continue;
@@ -276,15 +277,10 @@ HRESULT CLocalOffMsgStore::GetOffMsgFromChannel(const Channel& channel, std::u16
       std::u16string id_text(id);
       HRESULT hr = item->SetTextAttr(u"Xml", xml.c_str());
       if (SUCCEEDED(hr)) hr = item->SetTextAttr(u"Identifier", id_text.c_str());
-      if (SUCCEEDED(hr))
-        hr = item->SetTextAttr(u"Type", vk::TextAttribute(record, u"Type").c_str());
-      if (SUCCEEDED(hr)) {
-        hr = item->SetTextAttr(u"Sender", vk::TextAttribute(record, u"Sender").c_str());
-      }
-      if (SUCCEEDED(hr)) {
-        hr = item->SetTextAttr(u"Recievers", vk::TextAttribute(record, u"Recievers").c_str());
-      }
-      if (SUCCEEDED(hr)) hr = item->SetIntAttr(u"CreateTime", IntAttribute(record, u"CreateTime"));
+      if (SUCCEEDED(hr)) hr = item->SetTextAttr(u"Type", match.type.c_str());
+      if (SUCCEEDED(hr)) hr = item->SetTextAttr(u"Sender", match.sender.c_str());
+      if (SUCCEEDED(hr)) hr = item->SetTextAttr(u"Recievers", match.receivers.c_str());
+      if (SUCCEEDED(hr)) hr = item->SetIntAttr(u"CreateTime", match.create_time);
       if (SUCCEEDED(hr)) hr = list->Append(item);
       item->Release();
       Check(hr, u"The client cannot fill an item.");
@@ -320,10 +316,10 @@ HRESULT CLocalOffMsgStore::GetOffMsgByID(LPCOLESTR id, VARIANT* out) {
 HRESULT CLocalOffMsgStore::GetFileLastWriteTime(LPCOLESTR index_path, BSTR* time) {
   if (time == nullptr) return E_INVALIDARG;
   return VK_QUIET_GUARD({
-    vk::OffMsgIndex file;
     std::u16string text;
-    if (file.Load(vk::NormalizeSeparators(Text(index_path))) && file.Root()) {
-      text = vk::TextAttribute(file.Root(), u"FileLastWriteTime");
+    auto root = [&](const vk::OffMsgAttributes& a) { text = a.Text("FileLastWriteTime"); };
+    if (!vk::OffMsgIndexScan::Scan(vk::NormalizeSeparators(Text(index_path)), root, kSkip)) {
+      text.clear();
     }
     *time = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
     return S_OK;
@@ -392,15 +388,18 @@ HRESULT CLocalOffMsgStore::ClearEmptyChannels() {
 }
 
 void CLocalOffMsgStore::LatestOf(const std::u16string& index, LONG* time, LONG* addr) const {
-  vk::OffMsgIndex file;
-  if (!file.Load(index)) return;
-  for (const vk::DomNode& record : file.Records()) {
-    LONG created = IntAttribute(record, u"CreateTime");
-    if (created >= *time) {  // ties go to the later record
-      *time = created;
-      *addr = IntAttribute(record, u"Addr");
+  LONG latest = *time, at = *addr;
+  auto record = [&](const vk::OffMsgAttributes& a) {
+    LONG created = a.Int("CreateTime");
+    if (created >= latest) {  // ties go to the later record
+      latest = created;
+      at = a.Int("Addr");
     }
-  }
+  };
+  // An index that does not read to its end leaves the outputs as they were.
+  if (!vk::OffMsgIndexScan::Scan(index, kSkip, record)) return;
+  *time = latest;
+  *addr = at;
 }
 
 HRESULT CLocalOffMsgStore::GetLatest(LONG* im_time, LONG* im_addr, LONG* discussion_time,

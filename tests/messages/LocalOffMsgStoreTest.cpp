@@ -159,7 +159,9 @@ TEST_F(LocalOffMsgStoreTest, OpeningNeedsASiteARootAndCreatableFolders) {
 TEST_F(LocalOffMsgStoreTest, IndexesGroupConversationsAcrossBothChannels) {
   EXPECT_TRUE(Indexes().empty());  // no index files: an empty list
   Write(kIm, {Rec(u"a", 1), Rec(u"b", 2), Rec(u"A", 3), Rec(u"c", 4)});
-  Write(kDisc, {Rec(u"B", 5), Rec(u"d", 6)});
+  OffMsgRecord escaped = Rec(u"d", 6);
+  escaped.title = u"a&b<\"c\" 标题";
+  Write(kDisc, {Rec(u"B", 5), escaped});
   std::vector<Item> items = Indexes();
   // A conversation that gets another record moves to the end and keeps its first record.
   struct Expected {
@@ -172,7 +174,7 @@ TEST_F(LocalOffMsgStoreTest, IndexesGroupConversationsAcrossBothChannels) {
     EXPECT_EQ(items[i].count, expected[i].count) << i;
     EXPECT_EQ(items[i].create_time, expected[i].time) << i;
     EXPECT_EQ(items[i].actor, u"rcv" + FromUtf8(std::to_string(expected[i].time))) << i;
-    EXPECT_EQ(items[i].title, u"标题") << i;
+    EXPECT_EQ(items[i].title, i == 3 ? u"a&b<\"c\" 标题" : u"标题") << i;
   }
 
   // A broken discussion index: the IM items with its failure. A broken IM index: the failure
