@@ -68,54 +68,43 @@ class LocalOffMsgStoreTest : public ::testing::Test {
     return data_.ReadBytes(Rel(channel, "xml")).value_or("");
   }
 
-  static std::vector<Item> Items(const VARIANT& v) {
+  // Runs a listing operation and reads back every item (the variant untouched: none).
+  template <typename Call>
+  static std::vector<Item> Items(Call&& call, HRESULT expected) {
+    VARIANT v;
+    VariantInit(&v);
+    EXPECT_EQ(call(&v), expected);
     std::vector<Item> items;
-    EXPECT_EQ(v.vt, VT_DISPATCH);
-    if (v.vt != VT_DISPATCH) return items;
-    auto* list = static_cast<IDataList*>(v.u.pdispVal);
     LONG count = 0;
-    list->get_Count(&count);
+    auto* list = v.vt == VT_DISPATCH ? static_cast<IDataList*>(v.u.pdispVal) : nullptr;
+    if (list != nullptr) list->get_Count(&count);
     for (LONG i = 1; i <= count; ++i) {
       IDataItem* data = nullptr;
       list->Item(i, &data);
       Item item;
-      auto text = [&](const char16_t* name) {
+      std::u16string* texts[] = {&item.msg_id,     &item.actor,  &item.title,     &item.xml,
+                                 &item.identifier, &item.sender, &item.receivers, &item.type};
+      const char16_t* names[] = {u"MsgID",      u"Actor",  u"Title",     u"Xml",
+                                 u"Identifier", u"Sender", u"Recievers", u"Type"};
+      for (size_t n = 0; n < 8; ++n) {
         BSTR value = nullptr;
-        data->GetTextAttr(name, &value);
-        std::u16string out = value;
+        data->GetTextAttr(names[n], &value);
+        *texts[n] = value;
         SysFreeString(value);
-        return out;
-      };
-      item.msg_id = text(u"MsgID");
-      item.actor = text(u"Actor");
-      item.title = text(u"Title");
-      item.xml = text(u"Xml");
-      item.identifier = text(u"Identifier");
-      item.sender = text(u"Sender");
-      item.receivers = text(u"Recievers");
-      item.type = text(u"Type");
+      }
       data->GetIntAttr(u"Count", &item.count);
       data->GetIntAttr(u"CreateTime", &item.create_time);
       data->Release();
       items.push_back(item);
     }
+    VariantClear(&v);
     return items;
   }
   std::vector<Item> Indexes(HRESULT expected = S_OK) {
-    VARIANT v;
-    VariantInit(&v);
-    EXPECT_EQ(store_->GetIndexes(&v), expected);
-    std::vector<Item> items = v.vt == VT_EMPTY ? std::vector<Item>() : Items(v);
-    VariantClear(&v);
-    return items;
+    return Items([&](VARIANT* v) { return store_->GetIndexes(v); }, expected);
   }
   std::vector<Item> Message(const char16_t* id, HRESULT expected = S_OK) {
-    VARIANT v;
-    VariantInit(&v);
-    EXPECT_EQ(store_->GetOffMsgByID(id, &v), expected);
-    std::vector<Item> items = v.vt == VT_EMPTY ? std::vector<Item>() : Items(v);
-    VariantClear(&v);
-    return items;
+    return Items([&](VARIANT* v) { return store_->GetOffMsgByID(id, v); }, expected);
   }
   LONG Total() {
     LONG count = 99;

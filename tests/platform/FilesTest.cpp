@@ -4,10 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "platform/FileSystem.h"
 #include "platform/Files.h"
@@ -195,44 +193,6 @@ TEST(FilesTest, DamagedFilesAreKeptAsideTheLastThree) {
   }
   ::closedir(dir);
   EXPECT_EQ(kept, 1u);
-}
-
-}  // namespace
-
-namespace {
-
-TEST(FilesTest, RangesProbesAndListings) {
-  vk::test::TempDataRoot root;
-  root.WriteBytes("data.txt", "0123456789");
-  struct Range {
-    int64_t offset;
-    size_t length;
-    std::string expected;
-  } ranges[] = {{0, 4, "0123"}, {8, 10, "89"}, {10, 1, ""}, {-1, 3, ""}, {3, 0, ""}};
-  for (const Range& r : ranges) {
-    EXPECT_EQ(vk::ReadFileRange(root.File(u"data.txt"), r.offset, r.length), r.expected)
-        << r.offset << "+" << r.length;
-  }
-  EXPECT_EQ(vk::ReadFileRange(root.File(u"none.txt"), 0, 1), std::nullopt);
-  EXPECT_EQ(vk::ReadFileRange(root.Path(), 0, 1), std::nullopt);  // a folder
-
-  EXPECT_EQ(vk::ProbePath(root.File(u"data.txt")), vk::PathPresence::kPresent);
-  EXPECT_EQ(vk::ProbePath(root.File(u"none/")), vk::PathPresence::kMissing);
-  EXPECT_EQ(vk::ProbePath(root.File(u"data.txt/x/")), vk::PathPresence::kUnknown);
-  EXPECT_TRUE(vk::IsFolder(root.Path()));
-  EXPECT_FALSE(vk::IsFolder(root.File(u"data.txt")));
-
-  ASSERT_TRUE(vk::CreateFolder(root.File(u"sub")));
-  root.WriteBytes(".hidden", "h");
-  std::vector<vk::FolderEntry> entries = vk::ListFolder(root.Path());
-  std::sort(entries.begin(), entries.end(), [](auto& a, auto& b) { return a.name < b.name; });
-  ASSERT_EQ(entries.size(), 3u);
-  EXPECT_EQ(entries[0].name, u".hidden");
-  EXPECT_TRUE(entries[0].is_hidden);
-  EXPECT_EQ(entries[1].name, u"data.txt");
-  EXPECT_FALSE(entries[1].is_folder || entries[1].is_hidden);
-  EXPECT_TRUE(entries[2].is_folder);
-  EXPECT_TRUE(vk::ListFolder(root.File(u"none")).empty());
 }
 
 }  // namespace

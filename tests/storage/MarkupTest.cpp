@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "platform/Files.h"
 #include "storage/Markup.h"
 #include "tests/support/TempDataRoot.h"
 
@@ -88,26 +87,6 @@ TEST(MarkupTest, NavigatesOneLevelAtATime) {
             kDecl +
                 "\r\n<R v=\"\xC3\xFB\"><!--c--><b id=\"2\"><a id=\"in\"/></b>"
                 "<new n=\"1\"/>text</R>\n");
-}
-
-TEST(MarkupTest, LoadFailsOnMissingOrBrokenFilesAndLeavesNothingToSave) {
-  TempDataRoot root;
-  struct Case {
-    const char* name;
-    const char* bytes;  // null: no file
-  } cases[] = {{"missing.xml", nullptr},
-               {"empty.xml", ""},
-               {"cut.xml", "<?xml version=\"1.0\"?><R><a"},
-               {"two.xml", "<R/><S/>"}};
-  for (const Case& c : cases) {
-    if (c.bytes != nullptr) root.WriteBytes(c.name, c.bytes);
-    CMarkup xml;
-    xml.SetDoc(u"<Old/>");
-    EXPECT_FALSE(xml.Load(root.File(PathFromNative(c.name)), 0)) << c.name;
-    EXPECT_FALSE(xml.FindElem(u"Old")) << c.name;
-    EXPECT_FALSE(xml.Save(root.File(u"copy.xml"), 0)) << c.name;
-  }
-  EXPECT_FALSE(root.ReadBytes("copy.xml"));
 }
 
 }  // namespace
