@@ -1,5 +1,7 @@
 #include "module/ClassTable.h"
 
+#include "messages/LocalOffMsgStore.h"
+#include "messages/RevertDialogStore.h"
 #include "module/Exports.h"
 #include "module/StoreModule.h"
 #include "org/DeptLeader.h"
@@ -22,8 +24,12 @@ const ClassEntry kClasses[] = {
     {&CLSID_KeyDepts, "IKeyDepts", "CKeyDepts", &CreateObject<CKeyDepts>},
     {&CLSID_MobileProfileStore, "IMobileProfileStore", "CMobileProfileStore",
      &CreateObject<CMobileProfileStore>},
+    {&CLSID_LocalOffMsgStore, "ILocalOffMsgStore", "CLocalOffMsgStore",
+     &CreateObject<CLocalOffMsgStore>},
     {&CLSID_OptionStore, "IOptionStore", "COptionStore", &CreateObject<COptionStore>},
     {&CLSID_PortalStore, "IPortalStore", "CPortalStore", &CreateObject<CPortalStore>},
+    {&CLSID_RevertDialogStore, "IRevertDialogStore", "CRevertDialogStore",
+     &CreateObject<CRevertDialogStore>},
     {&CLSID_StoreModule, "Vaultkit.StoreModule", "CStoreModule", &CreateObject<CStoreModule>},
     {&CLSID_UserGrid, "IUserGrid", "CUserGrid", &CreateObject<CUserGrid>},
     {&CLSID_UserList, "IUserList", "CUserList", &CreateObject<CUserList>},

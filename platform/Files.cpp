@@ -1,6 +1,7 @@
 // Files and folders over POSIX calls. Paths arrive as UTF-16 and go to the OS as UTF-8.
 #include "platform/Files.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
@@ -31,6 +32,17 @@ std::string Env(const char* name) {
 void RecordFileError(std::u16string_view path) {
   std::string reason = std::strerror(errno);
   SetErrorDescription(std::u16string(path) + u": " + FromUtf8(reason));
+}
+
+// A descriptor open for reading on a regular file, or -1.
+int OpenRegularFile(std::u16string_view path, struct stat& info) {
+  int fd = ::open(PathToNative(path).c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return -1;
+  if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+    ::close(fd);
+    return -1;
+  }
+  return fd;
 }
 
 }  // namespace
@@ -79,14 +91,9 @@ void SetFileAttributesNormal(std::u16string_view path) {
 }
 
 std::optional<std::string> ReadWholeFile(std::u16string_view path) {
-  std::string native = PathToNative(path);
-  int fd = ::open(native.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return std::nullopt;
   struct stat info {};
-  if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
-    ::close(fd);
-    return std::nullopt;
-  }
+  int fd = OpenRegularFile(path, info);
+  if (fd < 0) return std::nullopt;
   std::string bytes;
   char chunk[65536];
   for (;;) {
@@ -160,6 +167,56 @@ void KeepDamagedCopy(std::u16string_view path) {
   }
   std::sort(copies.begin(), copies.end());
   for (size_t i = 0; i + 3 < copies.size(); ++i) FileSystem::Remove(copies[i]);
+}
+
+std::optional<std::string> ReadFileRange(std::u16string_view path, int64_t offset, size_t length) {
+  struct stat info {};
+  int fd = OpenRegularFile(path, info);
+  if (fd < 0) return std::nullopt;
+  std::string bytes;
+  if (offset >= 0 && offset < info.st_size) {
+    auto available = static_cast<uint64_t>(info.st_size - offset);
+    bytes.resize(static_cast<size_t>(std::min<uint64_t>(available, length)));
+    size_t done = 0;
+    while (done < bytes.size()) {
+      ssize_t got = ::pread(fd, bytes.data() + done, bytes.size() - done,
+                            static_cast<off_t>(offset + static_cast<int64_t>(done)));
+      if (got < 0 && errno == EINTR) continue;
+      if (got <= 0) break;
+      done += static_cast<size_t>(got);
+    }
+    bytes.resize(done);
+  }
+  ::close(fd);
+  return bytes;
+}
+
+PathPresence ProbePath(std::u16string_view path) {
+  struct stat info {};
+  if (::stat(PathToNative(path).c_str(), &info) == 0) return PathPresence::kPresent;
+  return errno == ENOENT ? PathPresence::kMissing : PathPresence::kUnknown;
+}
+
+bool IsFolder(std::u16string_view path) {
+  struct stat info {};
+  return ::stat(PathToNative(path).c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+std::vector<FolderEntry> ListFolder(std::u16string_view path) {
+  std::vector<FolderEntry> entries;
+  std::string native = PathToNative(path);
+  DIR* dir = ::opendir(native.c_str());
+  if (dir == nullptr) return entries;
+  if (!native.empty() && native.back() != '/') native += '/';
+  while (const dirent* entry = ::readdir(dir)) {
+    std::string name = entry->d_name;
+    if (name == "." || name == "..") continue;
+    struct stat info {};
+    bool folder = ::lstat((native + name).c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+    entries.push_back({PathFromNative(name), folder, name.front() == '.'});
+  }
+  ::closedir(dir);
+  return entries;
 }
 
 }  // namespace vk

@@ -2,9 +2,11 @@
 // the stored formats join them with a backslash.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vk {
 
@@ -22,6 +24,24 @@ bool CreateFolders(std::u16string_view path);
 // Makes the file writable by its owner (the platform's "attributes normal").
 void SetFileAttributesNormal(std::u16string_view path);
 std::optional<std::string> ReadWholeFile(std::u16string_view path);
+// Up to `length` bytes from `offset` on; fewer where the file ends first, none for an offset
+// outside the file. Empty when the file cannot be opened.
+std::optional<std::string> ReadFileRange(std::u16string_view path, int64_t offset, size_t length);
+
+// Whether something exists at a path; kUnknown when the check itself fails for another reason
+// (no permission, a file where a folder is expected).
+enum class PathPresence { kPresent, kMissing, kUnknown };
+PathPresence ProbePath(std::u16string_view path);
+bool IsFolder(std::u16string_view path);
+
+struct FolderEntry {
+  std::u16string name;
+  bool is_folder = false;
+  bool is_hidden = false;  // the name starts with a dot
+};
+// The entries of a folder without "." and ".."; empty when it cannot be read.
+std::vector<FolderEntry> ListFolder(std::u16string_view path);
+
 // Every function below that changes a file goes through FileSystem (atomic, fault
 // injectable) and, when it fails, leaves "<path>: <reason>" in the thread's error object.
 

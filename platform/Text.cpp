@@ -290,4 +290,12 @@ std::u16string FormatWide(const char16_t* format, ...) {
   return out;
 }
 
+bool EqualsIgnoringCase(std::u16string_view a, std::u16string_view b) {
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i) {
+    if (WideToLower(a[i]) != WideToLower(b[i])) return false;
+  }
+  return true;
+}
+
 }  // namespace vk

@@ -13,6 +13,8 @@ std::string ToAnsi(std::u16string_view text);     // GBK; unmappable characters 
 std::u16string FromAnsi(std::string_view bytes);  // GBK
 char16_t WideToLower(char16_t c);
 std::u16string WideToLower(std::u16string_view text);
+// Equal after WideToLower of each character.
+bool EqualsIgnoringCase(std::u16string_view a, std::u16string_view b);
 // printf-style formatting into a wide string ("%s" takes const char16_t*, "%S" const char*).
 std::u16string FormatWide(const char16_t* format, ...);
 

@@ -98,6 +98,10 @@ bool DomDocument::LoadXml(std::u16string_view text) {
   return Parse(utf8, nullptr, "UTF-8", declared);
 }
 
+bool DomDocument::LoadBytesIn(const std::string& bytes, const char* encoding) {
+  return Parse(bytes, nullptr, encoding, DeclaredEncoding(bytes));
+}
+
 bool DomDocument::Parse(const std::string& bytes, const char* url, const char* forced_encoding,
                         std::optional<std::string> declared) {
   parse_error_.clear();
@@ -168,9 +172,17 @@ void DomDocument::Save(std::u16string_view path) const {
   }
 }
 
+std::string DomDocument::SaveToBytesIn(const char* encoding) const {
+  return Declaration() + Serialize(encoding, false);
+}
+
 std::u16string DomDocument::Xml() const {
   // The text is Unicode, but its declaration names the encoding the file is saved in, as
   // the document was read.
+  return FromUtf8(Declaration() + Serialize("UTF-8", false));
+}
+
+std::string DomDocument::Declaration() const {
   xmlDocPtr doc = state_->Doc();
   std::string text = "<?xml version=\"";
   text += doc->version != nullptr ? reinterpret_cast<const char*>(doc->version) : "1.0";
@@ -179,7 +191,7 @@ std::u16string DomDocument::Xml() const {
   if (doc->standalone == 1) text += " standalone=\"yes\"";
   if (doc->standalone == 0) text += " standalone=\"no\"";
   text += "?>\n";
-  return FromUtf8(text + Serialize("UTF-8", false));
+  return text;
 }
 
 DomNode DomDocument::DocumentElement() const {

@@ -27,11 +27,16 @@ class DomDocument {
   bool Load(std::u16string_view path);
   // Loads text that is already Unicode; the declared encoding is kept for saving.
   bool LoadXml(std::u16string_view text);
+  // Loads bytes in `encoding` whatever their declaration names (files of a fixed code page);
+  // the declaration is kept as written.
+  bool LoadBytesIn(const std::string& bytes, const char* encoding);
   const std::u16string& ParseError() const { return parse_error_; }
 
   // The document's bytes in its declared encoding (UTF-8 when it names none), without
   // added formatting; processing instructions and attribute order are kept.
   std::string SaveToBytes() const;
+  // The document's bytes in `encoding`, behind its declaration as written.
+  std::string SaveToBytesIn(const char* encoding) const;
   // Writes SaveToBytes() atomically; throws when the file cannot be written.
   void Save(std::u16string_view path) const;
   // The serialised text; its declaration still names the declared encoding.
@@ -49,6 +54,7 @@ class DomDocument {
   bool Parse(const std::string& bytes, const char* url, const char* forced_encoding,
              std::optional<std::string> declared);
   std::string Serialize(const char* encoding, bool with_declaration) const;
+  std::string Declaration() const;
 
   std::shared_ptr<DomDocumentState> state_;
   std::u16string parse_error_;

@@ -136,11 +136,64 @@ check "status lists the damaged copy" grep -q "UserGrid.xml.damaged-" <<<"$("$va
 err=$("$vaultkit" "${a[@]}" users dept 424242 2>&1)
 check "errors say why" grep -q "department 424242 has no members" <<<"$err"
 
+# Dialogs waiting for a reply and offline messages.
+"$vaultkit" "${a[@]}" dialogs add S1 p m t
+"$vaultkit" "${a[@]}" dialogs add S2 p m t Bob
+check "dialogs list shows both" test "$("$vaultkit" "${a[@]}" dialogs list | wc -l)" = 3
+check "a dialog is removed by its receiver in any case" \
+  test "$(exit_code "$vaultkit" "${a[@]}" dialogs remove bob)" = 0
+check "an unknown dialog is not found (1)" \
+  test "$(exit_code "$vaultkit" "${a[@]}" dialogs remove nobody)" = 1
+check "the switches as first written" \
+  grep -q "^RevertOpenConfig *1$" <<<"$("$vaultkit" "${a[@]}" dialogs switches)"
+check "a switch outside 0 and 1 exits 2" \
+  test "$(exit_code "$vaultkit" "${a[@]}" dialogs set IsNeedtoRevert 2)" = 2
+"$vaultkit" "${a[@]}" dialogs set RevertOpenConfig 5
+check "a config out of range empties the file at the next start" \
+  test "$("$vaultkit" "${a[@]}" dialogs list)" = "(no dialogs)"
+check "the replaced dialog file is kept aside" \
+  test "$(ls "$d/Accounts/alice/" | grep -c '^RevertDialog.xml.damaged-')" = 1
+printf '<?xml version="1.0" encoding="gb2312"?>\r\n<Other/>' >"$d/Accounts/alice/RevertDialog.xml"
+check "a dialog file without Dialogroot is refused (3)" \
+  test "$(exit_code "$vaultkit" "${a[@]}" dialogs add x p m t)" = 3
+check "and left as it was" grep -q "<Other/>" "$d/Accounts/alice/RevertDialog.xml"
+"$vaultkit" "${a[@]}" dialogs reset
+
+"$vaultkit" "${a[@]}" offmsg generate --conversations 4 --records 10 >/dev/null
+check "offmsg count is the index's DataSum" test "$("$vaultkit" "${a[@]}" offmsg count)" = 10
+check "offmsg list has one row per conversation" \
+  test "$("$vaultkit" "${a[@]}" offmsg list | wc -l)" = 5
+check "offmsg show decompresses the body" \
+  grep -q "离线消息 1:" <<<"$("$vaultkit" "${a[@]}" offmsg show IM1)"
+check "an unknown message is not found (1)" \
+  test "$(exit_code "$vaultkit" "${a[@]}" offmsg show nobody)" = 1
+"$vaultkit" "${a[@]}" offmsg delete im1
+check "delete removes every record of the conversation" \
+  test "$("$vaultkit" "${a[@]}" offmsg count)" = 7
+check "the index stays in the ANSI code page" \
+  iconv -f GBK -t UTF-8 "$d/Accounts/alice/OffMsgFiles/IM/alice.xml" >/dev/null
+: >"$d/Accounts/alice/OffMsgFiles/IM/alice.txt"
+check "a message whose body is gone is not found (1)" \
+  test "$(exit_code "$vaultkit" "${a[@]}" offmsg show im2)" = 1
+check "offmsg needs an account (2)" test "$(exit_code "$vaultkit" --data-root "$d" offmsg list)" = 2
+for read in "dialogs list" "dialogs switches" "offmsg list" "offmsg count" "offmsg latest"; do
+  # shellcheck disable=SC2086
+  check "$read --json is one JSON document" python3 -c 'import json,sys; json.load(sys.stdin)' \
+    < <("$vaultkit" "${a[@]}" $read --json 2>/dev/null)
+done
+"$vaultkit" "${a[@]}" offmsg generate --records 2 >/dev/null
+check "offmsg show --json is one JSON document" python3 -c 'import json,sys; json.load(sys.stdin)' \
+  < <("$vaultkit" "${a[@]}" offmsg show im0 --json)
+rm "$d/Accounts/alice/OffMsgFiles/IM/alice.txt"
+"$vaultkit" "${a[@]}" offmsg check >/dev/null
+check "check clears a channel with only its index" test ! -e "$d/Accounts/alice/OffMsgFiles/IM/alice.xml"
+
 demo=$(cd "$work" && "$vaultkit" demo 2>&1)
 [ "$(grep -c "demo finished$" <<<"$demo")" = 1 ] || echo "$demo" | tail -20
 check "the demo runs to its end" grep -q "demo finished$" <<<"$demo"
 check "the demo's flush ran twice" grep -q "2 flushes" <<<"$demo"
 check "the demo stores the second Mum as mum1" grep -qx "mum1" <<<"$demo"
+check "the demo shows a generated message" grep -q "离线消息 1:" <<<"$demo"
 
 echo "$passed passed, $failed failed"
 test "$failed" = 0

@@ -1,11 +1,13 @@
 #include "tools/vaultkit/Commands.h"
 
 #include "tools/vaultkit/DemoCommand.h"
+#include "tools/vaultkit/DialogsCommand.h"
 #include "tools/vaultkit/GridCommand.h"
 #include "tools/vaultkit/ItemsCommand.h"
 #include "tools/vaultkit/KeyDeptsCommand.h"
 #include "tools/vaultkit/LeaderCommand.h"
 #include "tools/vaultkit/MobileCommand.h"
+#include "tools/vaultkit/OffMsgCommand.h"
 #include "tools/vaultkit/OptionsCommand.h"
 #include "tools/vaultkit/PortalCommand.h"
 #include "tools/vaultkit/RunCommand.h"
@@ -25,6 +27,8 @@ std::vector<std::unique_ptr<Command>> AllCommands() {
   all.push_back(std::make_unique<PortalCommand>());
   all.push_back(std::make_unique<ItemsCommand>());
   all.push_back(std::make_unique<MobileCommand>());
+  all.push_back(std::make_unique<DialogsCommand>());
+  all.push_back(std::make_unique<OffMsgCommand>());
   all.push_back(std::make_unique<RunCommand>());
   all.push_back(std::make_unique<DemoCommand>());
   return all;

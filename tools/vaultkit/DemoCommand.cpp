@@ -144,6 +144,26 @@ int DemoCommand::Run(Host& host, const std::vector<std::string>& args) {
     step("mobile", {"add", "Mum", "--gid", "1", "--number", "13800000000"});
     step("mobile", {"add", "mum", "--gid", "1", "--info", "stored as mum1"});
     step("mobile", {"list"});
+
+    Banner("Dialogs waiting for a reply: every change is saved at once");
+    step("dialogs", {"add", "s1001", "chat", "1", "20261123093000", "zhangsan"});
+    step("dialogs", {"add", "s1002", "file", "2", "20261123094500"});
+    step("dialogs", {"list"});
+    step("dialogs", {"remove", "ZHANGSAN"});
+    std::printf("(a key matches the SessionID, else the Receiver, in any letter case)\n");
+    step("dialogs", {"set", "IsNeedtoRevert", "1"});
+    step("dialogs", {"switches"});
+
+    Banner("Offline messages: generated channels, listed by conversation");
+    step("offmsg", {"generate", "--conversations", "3", "--records", "7"});
+    step("offmsg", {"generate", "--channel", "2", "--conversations", "2", "--records", "3"});
+    step("offmsg", {"count"});
+    step("offmsg", {"list"});
+    step("offmsg", {"show", "IM1"});
+    step("offmsg", {"delete", "im1"});
+    step("offmsg", {"list"});
+    step("offmsg", {"count"});
+    step("offmsg", {"latest"});
   }
 
   Banner("Readiness and root events");

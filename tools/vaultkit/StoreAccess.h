@@ -21,6 +21,9 @@ ComRef<IDeptLeader> OpenDeptLeader(Host& host);
 ComRef<IPortalStore> OpenPortal(Host& host);
 ComRef<IWEZItemStore> OpenItemStore(Host& host);
 ComRef<IMobileProfileStore> OpenMobileProfile(Host& host);
+ComRef<IRevertDialogStore> OpenRevertDialogs(Host& host);
+// The offline message store as the client opens it: Init with a site, then OpenAccount.
+ComRef<ILocalOffMsgStore> OpenOffMsgs(Host& host);
 
 // Reads a status as the operation's contract gives it: a status in `success` is success
 // (kExitOk); any other prints "vaultkit: <what> failed: <why>" on stderr and returns

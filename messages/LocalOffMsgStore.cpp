@@ -1,0 +1,432 @@
+#include "messages/LocalOffMsgStore.h"
+
+#include <cerrno>
+#include <vector>
+
+#include "messages/OffMsgConversations.h"
+#include "messages/OffMsgIndex.h"
+#include "messages/OffMsgIndexScan.h"
+#include "platform/Assert.h"
+#include "platform/Compression.h"
+#include "platform/Files.h"
+#include "platform/Log.h"
+#include "platform/Text.h"
+#include "storage/LeadingDigits.h"
+
+namespace {
+
+// Decompressed bodies are UTF-16 text of fewer bytes than this.
+constexpr unsigned long kBodyBuffer = 3600;
+// Bytes a record claims beyond the end of the data file read as zeros. Within this many the
+// decompressor always reaches its verdict (end, error or a full buffer), so a longer claim
+// needs no memory of its own.
+constexpr size_t kZeroTail = 65536;
+
+const vk::OffMsgIndexScan::Visit kSkip = [](const vk::OffMsgAttributes&) {};
+
+void Trace(const std::u16string& line) {
+  OutputDebugStringW(line.c_str());
+}
+
+// A client call that fails is an error raised by the client.
+void Check(HRESULT hr, const char16_t* what) {
+  if (FAILED(hr)) throw vk::ComError(hr, what);
+}
+
+std::u16string_view Text(LPCOLESTR text) {
+  return text != nullptr ? std::u16string_view(text) : std::u16string_view();
+}
+
+template <typename T>
+void ReleaseRef(T*& object) {
+  if (object != nullptr) object->Release();
+  object = nullptr;
+}
+
+// Creates the folder and every missing level: the first missing prefix starts the creation,
+// and a check that fails for another reason than absence gives up.
+bool CreateAllLevels(std::u16string path) {
+  if (path.empty()) return true;
+  path = vk::NormalizeSeparators(path);
+  if (path.back() != vk::kSep) path += vk::kSep;
+  size_t first_missing = std::u16string::npos;
+  for (size_t at = path.find(vk::kSep); at != std::u16string::npos;
+       at = path.find(vk::kSep, at + 1)) {
+    if (at == 0) continue;
+    vk::PathPresence presence = vk::ProbePath(path.substr(0, at + 1));
+    if (presence == vk::PathPresence::kUnknown) return false;
+    if (presence == vk::PathPresence::kMissing) {
+      first_missing = at;
+      break;
+    }
+  }
+  if (first_missing == std::u16string::npos) return true;
+  for (size_t at = first_missing; at != std::u16string::npos; at = path.find(vk::kSep, at + 1)) {
+    if (!vk::CreateFolder(path.substr(0, at))) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+CLocalOffMsgStore::~CLocalOffMsgStore() {
+  ReleaseRef(root_);
+  ReleaseRef(site_);
+}
+
+HRESULT CLocalOffMsgStore::Init(IUnknown* site) {
+  if (site == nullptr) return E_INVALIDARG;
+  return VK_QUIET_GUARD({
+    ReleaseRef(site_);
+    ReleaseRef(root_);
+    site->QueryInterface(IID_IModuleSite, reinterpret_cast<void**>(&site_));
+    if (site_ == nullptr) throw vk::ComError(E_NOINTERFACE, u"The site has no root object.");
+    Check(site_->get_RootObject(&root_), u"The site has no root object.");
+    if (root_ == nullptr) throw vk::ComError(E_POINTER, u"The site has no root object.");
+    return S_OK;
+  });
+}
+
+HRESULT CLocalOffMsgStore::OpenAccount() {
+  if (root_ == nullptr) return E_FAIL;
+  return VK_QUIET_GUARD({
+    BSTR folder = nullptr;
+    Check(root_->get_DataFolder(&folder), u"The data folder cannot be read.");
+    data_root_ = folder != nullptr ? folder : u"";
+    SysFreeString(folder);
+    if (data_root_.empty()) return E_FAIL;
+    BSTR account = nullptr;
+    Check(root_->get_Account(&account), u"The account cannot be read.");
+    account_ = account != nullptr ? account : u"";
+    SysFreeString(account);
+
+    std::u16string base = data_root_ + u"Accounts\\" + account_ + u"\\OffMsgFiles\\";
+    std::u16string im = vk::NormalizeSeparators(base + u"IM\\");
+    std::u16string discussion = vk::NormalizeSeparators(base + u"DisGroup\\");
+    CreateAllLevels(im);
+    CreateAllLevels(discussion);
+    if (!vk::IsFolder(im) || !vk::IsFolder(discussion)) return E_FAIL;
+    im_ = {im, vk::FormatWide(u"%s%s.xml", im.c_str(), account_.c_str()),
+           vk::FormatWide(u"%s%s.txt", im.c_str(), account_.c_str())};
+    discussion_ = {discussion, vk::FormatWide(u"%s%s.xml", discussion.c_str(), account_.c_str()),
+                   vk::FormatWide(u"%s%s.txt", discussion.c_str(), account_.c_str())};
+    return S_OK;
+  });
+}
+
+const CLocalOffMsgStore::Channel* CLocalOffMsgStore::FindChannel(LONG channel) const {
+  if (channel == VK_OFFMSG_CHANNEL_IM) return &im_;
+  if (channel == VK_OFFMSG_CHANNEL_DISCUSSION) return &discussion_;
+  return nullptr;
+}
+
+LONG CLocalOffMsgStore::GetSumFromXML(const std::u16string& index) const {
+  OutputDebugStringA("CLocalOffMsgStore::GetSumFromXML Get in\n");
+  LONG sum = -1;
+  auto root = [&](const vk::OffMsgAttributes& a) { sum = a.Int("DataSum"); };
+  return vk::OffMsgIndexScan::Scan(index, root, kSkip) ? sum : -1;
+}
+
+LONG CLocalOffMsgStore::SetSumToXML(const std::u16string& index, LONG sum) const {
+  OutputDebugStringA("CLocalOffMsgStore::SetSumToXML Get in\n");
+  vk::OffMsgIndex file;
+  if (!file.Load(index)) return -1;
+  vk::DomNode root = file.Root();
+  if (!root) return -1;
+  root.SetAttribute(u"DataSum", int64_t{sum});
+  return file.Save(index) ? 0 : -1;
+}
+
+HRESULT CLocalOffMsgStore::GetTotalCount(LONG* count) {
+  if (count == nullptr) return E_INVALIDARG;
+  LONG im = GetSumFromXML(im_.index);
+  LONG discussion = GetSumFromXML(discussion_.index);
+  *count = im < 0 ? discussion : discussion < 0 ? im : im + discussion;
+  return S_OK;
+}
+
+HRESULT CLocalOffMsgStore::GetIndexesFromXML(const std::u16string& index,
+                                             vk::OffMsgConversations& into) const {
+  OutputDebugStringA("CLocalOffMsgStore::GetIndexesFromXML Get in\n");
+  if (!IsFileExist(index)) return S_OK;
+  std::vector<vk::OffMsgConversation> records;
+  auto record = [&](const vk::OffMsgAttributes& a) {
+    records.push_back({.msg_id = a.Text("MsgID"),
+                       .create_time = a.Int("CreateTime"),
+                       .session_desc = a.Text("SessionDesc"),
+                       .actor = a.Text("Recievers"),
+                       .title = a.Text("Title"),
+                       .type = a.Text("Type")});
+  };
+  // A file that does not read to its end adds nothing.
+  if (!vk::OffMsgIndexScan::Scan(index, kSkip, record)) return E_FAIL;
+  for (vk::OffMsgConversation& r : records) into.Add(std::move(r));
+  return S_OK;
+}
+
+HRESULT CLocalOffMsgStore::GetIndexes(VARIANT* out) {
+  if (out == nullptr) return E_INVALIDARG;
+  if (root_ == nullptr) return E_FAIL;
+  return VK_QUIET_GUARD({
+    IDataList* list = nullptr;
+    Check(root_->CreateDataList(&list), u"The client cannot create a list.");
+    vk::OffMsgConversations conversations;
+    HRESULT hr = GetIndexesFromXML(im_.index, conversations);
+    if (FAILED(hr)) {
+      list->Release();
+      return hr;
+    }
+    hr = GetIndexesFromXML(discussion_.index, conversations);
+    try {
+      // Both passes fill one list, so a conversation found in both channels is one item.
+      for (const vk::OffMsgConversation& c : conversations.InOrder()) {
+        IDataItem* item = nullptr;
+        Check(root_->CreateDataItem(&item), u"The client cannot create an item.");
+        HRESULT set = item->SetIntAttr(u"Count", c.count);
+        if (SUCCEEDED(set)) set = item->SetIntAttr(u"CreateTime", c.create_time);
+        if (SUCCEEDED(set)) set = item->SetTextAttr(u"SessionDesc", c.session_desc.c_str());
+        if (SUCCEEDED(set)) set = item->SetTextAttr(u"Actor", c.actor.c_str());
+        if (SUCCEEDED(set)) set = item->SetTextAttr(u"Title", c.title.c_str());
+        if (SUCCEEDED(set)) set = item->SetTextAttr(u"Type", c.type.c_str());
+        if (SUCCEEDED(set)) set = item->SetTextAttr(u"MsgID", c.msg_id.c_str());
+        if (SUCCEEDED(set)) set = list->Append(item);
+        item->Release();
+        Check(set, u"The client cannot fill an item.");
+      }
+    } catch (...) {
+      list->Release();
+      throw;
+    }
+    out->vt = VT_DISPATCH;
+    out->u.pdispVal = list;
+    return hr;
+  });
+}
+
+int CLocalOffMsgStore::GetOneOffMsg(const std::u16string& data, LONG addr, LONG len,
+                                    std::string& body) const {
+  if (!vk::ReadFileRange(data, 0, 0)) {
+    Trace(vk::FormatWide(
+        u"CLocalOffMsgStore::GetOneOffMsg infile.rdstate() Error -- FileName=%s ErrorID=%d\n",
+        data.c_str(), errno));
+    return -1;
+  }
+  if (len < 0) {
+    Trace(vk::FormatWide(
+        u"CLocalOffMsgStore::GetOneOffMsg New Array Error -- FileName=%s ErrorID=%d\n",
+        data.c_str(), ENOMEM));
+    return -2;
+  }
+  // Bytes outside the file read as zeros, as the buffer was zeroed before the read.
+  body = vk::ReadFileRange(data, addr, static_cast<size_t>(len)).value_or(std::string());
+  body.resize(std::min(static_cast<size_t>(len), body.size() + kZeroTail), '\0');
+  return 0;
+}
+
+HRESULT CLocalOffMsgStore::GetOffMsgFromChannel(const Channel& channel, std::u16string_view id,
+                                                IDataList* list) const {
+  OutputDebugStringA("CLocalOffMsgStore::GetOffMsgByID Get in\n");
+  if (!IsFileExist(channel.index)) return S_OK;
+  struct Match {
+    LONG create_time, addr, len;
+    std::u16string sender, receivers, type;
+  };
+  std::vector<Match> matches;
+  auto record = [&](const vk::OffMsgAttributes& a) {
+    if (!vk::EqualsIgnoringCase(a.Text("MsgID"), id)) return;
+    matches.push_back({a.Int("CreateTime"), a.Int("Addr"), a.Int("Len"), a.Text("Sender"),
+                       a.Text("Recievers"), a.Text("Type")});
+  };
+  if (!vk::OffMsgIndexScan::Scan(channel.index, kSkip, record)) return E_FAIL;
+  const char16_t* data = channel.data.c_str();
+  try {
+    // The first match whose body reads and decompresses is the message.
+    for (const Match& match : matches) {
+      std::string body;
+      if (GetOneOffMsg(channel.data, match.addr, match.len, body) != 0) {
+        Trace(vk::FormatWide(
+            u"CLocalOffMsgStore::GetOffMsgByID GetOneOffMsg Error -- FileName=%s \n", data));
+        continue;
+      }
+      std::vector<unsigned char> buffer(kBodyBuffer, 0);
+      unsigned long length = kBodyBuffer;
+      if (vk::UnCompress(buffer.data(), &length,
+                         reinterpret_cast<const unsigned char*>(body.data()),
+                         static_cast<unsigned long>(body.size())) != 0) {
+        Trace(vk::FormatWide(u"CLocalOffMsgStore::GetOffMsgByID UnCompress Error -- FileName=%s \n",
+                             data));
+        continue;
+      }
+      if (length == 0 || length >= kBodyBuffer) {
+        Trace(vk::FormatWide(u"CLocalOffMsgStore::GetOffMsgByID ulDestLen Error -- FileName=%s \n",
+                             data));
+        continue;
+      }
+      // UTF-16LE text up to its first zero unit; the zeroed rest of the buffer ends it, and
+      // an odd last byte is the low half of a final unit.
+      std::u16string xml;
+      for (size_t at = 0; at + 1 < kBodyBuffer; at += 2) {
+        auto unit = static_cast<char16_t>(buffer[at] | (buffer[at + 1] << 8));
+        if (unit == 0) break;
+        xml += unit;
+      }
+      Trace(vk::FormatWide(u"CLocalOffMsgStore::GetOffMsgByID XML Content:%s\n", xml.c_str()));
+
+      IDataItem* item = nullptr;
+      Check(root_->CreateDataItem(&item), u"The client cannot create an item.");
+      std::u16string id_text(id);
+      HRESULT hr = item->SetTextAttr(u"Xml", xml.c_str());
+      if (SUCCEEDED(hr)) hr = item->SetTextAttr(u"Identifier", id_text.c_str());
+      if (SUCCEEDED(hr)) hr = item->SetTextAttr(u"Type", match.type.c_str());
+      if (SUCCEEDED(hr)) hr = item->SetTextAttr(u"Sender", match.sender.c_str());
+      if (SUCCEEDED(hr)) hr = item->SetTextAttr(u"Recievers", match.receivers.c_str());
+      if (SUCCEEDED(hr)) hr = item->SetIntAttr(u"CreateTime", match.create_time);
+      if (SUCCEEDED(hr)) hr = list->Append(item);
+      item->Release();
+      Check(hr, u"The client cannot fill an item.");
+      break;
+    }
+  } catch (const vk::ComError&) {
+    Trace(vk::FormatWide(
+        u"CLocalOffMsgStore::GetOffMsgByID Processing Elements error -- FileName=%s \n",
+        channel.index.c_str()));
+    return E_FAIL;
+  }
+  return S_OK;
+}
+
+HRESULT CLocalOffMsgStore::GetOffMsgByID(LPCOLESTR id, VARIANT* out) {
+  if (out == nullptr) return E_INVALIDARG;
+  if (root_ == nullptr) return E_FAIL;
+  return VK_QUIET_GUARD({
+    IDataList* list = nullptr;
+    Check(root_->CreateDataList(&list), u"The client cannot create a list.");
+    HRESULT hr = GetOffMsgFromChannel(im_, Text(id), list);
+    if (FAILED(hr)) {
+      list->Release();
+      return hr;
+    }
+    GetOffMsgFromChannel(discussion_, Text(id), list);  // its result is not reported
+    out->vt = VT_DISPATCH;
+    out->u.pdispVal = list;
+    return S_OK;
+  });
+}
+
+HRESULT CLocalOffMsgStore::GetFileLastWriteTime(LPCOLESTR index_path, BSTR* time) {
+  if (time == nullptr) return E_INVALIDARG;
+  return VK_QUIET_GUARD({
+    std::u16string text;
+    auto root = [&](const vk::OffMsgAttributes& a) { text = a.Text("FileLastWriteTime"); };
+    if (!vk::OffMsgIndexScan::Scan(vk::NormalizeSeparators(Text(index_path)), root, kSkip)) {
+      text.clear();
+    }
+    *time = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
+    return S_OK;
+  });
+}
+
+HRESULT CLocalOffMsgStore::SetFileLastWriteTime(LONG channel_number, LPCOLESTR time) {
+  const Channel* channel = FindChannel(channel_number);
+  if (channel == nullptr) return E_FAIL;
+  return VK_QUIET_GUARD({
+    vk::OffMsgIndex file;
+    if (!file.Load(channel->index) || !file.Root()) return E_FAIL;
+    file.Root().SetAttribute(u"FileLastWriteTime", Text(time));
+    return file.Save(channel->index) ? S_OK : E_FAIL;
+  });
+}
+
+HRESULT CLocalOffMsgStore::ClearChannel(LONG channel_number) {
+  const Channel* channel = FindChannel(channel_number);
+  if (channel == nullptr || channel->folder.empty()) return S_OK;
+  // Plain files only; hidden entries and folders stay, failures are ignored.
+  for (const vk::FolderEntry& entry : vk::ListFolder(channel->folder)) {
+    if (!entry.is_folder && !entry.is_hidden) vk::RemoveFile(channel->folder + entry.name);
+  }
+  return S_OK;
+}
+
+HRESULT CLocalOffMsgStore::DeleteFromIndex(const std::u16string& index,
+                                           std::u16string_view id) const {
+  OutputDebugStringA("CLocalOffMsgStore::DeleteOffMsgIndexByID Get in\n");
+  LONG sum = GetSumFromXML(index);
+  if (sum < 0) return S_OK;  // no index: nothing to delete
+  try {
+    vk::OffMsgIndex file;
+    if (!file.Load(index) || !file.Root()) return E_FAIL;
+    vk::DomNode root = file.Root();
+    for (const vk::DomNode& record : file.Records()) {
+      std::u16string msg_id = vk::TextAttribute(record, u"MsgID");
+      if (!msg_id.empty() && vk::EqualsIgnoringCase(msg_id, id)) {
+        root.RemoveChild(record);
+        --sum;
+      }
+    }
+    file.Save(index);  // the count written next decides the result
+    return SetSumToXML(index, sum < 0 ? 0 : sum);
+  } catch (const vk::ComError&) {
+    std::u16string id_text(id);
+    Trace(
+        vk::FormatWide(u"CLocalOffMsgStore::DeleteOffMsgIndexByID Processing Elements error "
+                       u"-- FileName=%s strMsgID=%s\n",
+                       index.c_str(), id_text.c_str()));
+    return E_FAIL;
+  }
+}
+
+HRESULT CLocalOffMsgStore::DeleteOffMsgIndexByID(LPCOLESTR id) {
+  HRESULT hr = DeleteFromIndex(im_.index, Text(id));
+  if (hr != 0) return hr;
+  return DeleteFromIndex(discussion_.index, Text(id));
+}
+
+HRESULT CLocalOffMsgStore::ClearEmptyChannels() {
+  if (GetSumFromXML(im_.index) <= 0) ClearChannel(VK_OFFMSG_CHANNEL_IM);
+  if (GetSumFromXML(discussion_.index) <= 0) ClearChannel(VK_OFFMSG_CHANNEL_DISCUSSION);
+  return S_OK;
+}
+
+void CLocalOffMsgStore::LatestOf(const std::u16string& index, LONG* time, LONG* addr) const {
+  LONG latest = *time, at = *addr;
+  auto record = [&](const vk::OffMsgAttributes& a) {
+    LONG created = a.Int("CreateTime");
+    if (created >= latest) {  // ties go to the later record
+      latest = created;
+      at = a.Int("Addr");
+    }
+  };
+  // An index that does not read to its end leaves the outputs as they were.
+  if (!vk::OffMsgIndexScan::Scan(index, kSkip, record)) return;
+  *time = latest;
+  *addr = at;
+}
+
+HRESULT CLocalOffMsgStore::GetLatest(LONG* im_time, LONG* im_addr, LONG* discussion_time,
+                                     LONG* discussion_addr) {
+  if (im_time == nullptr || im_addr == nullptr || discussion_time == nullptr ||
+      discussion_addr == nullptr) {
+    return E_INVALIDARG;
+  }
+  *im_time = *im_addr = *discussion_time = *discussion_addr = 0;
+  return VK_QUIET_GUARD({
+    LatestOf(im_.index, im_time, im_addr);
+    LatestOf(discussion_.index, discussion_time, discussion_addr);
+    return S_OK;
+  });
+}
+
+HRESULT CLocalOffMsgStore::CheckFiles(LONG* consistent) {
+  if (consistent == nullptr) return E_INVALIDARG;
+  *consistent = 1;
+  // A channel with only one of its two files cannot be read: it is cleared.
+  if (IsFileExist(im_.index) != IsFileExist(im_.data)) {
+    ClearChannel(VK_OFFMSG_CHANNEL_IM);
+    *consistent = 0;
+  }
+  if (IsFileExist(discussion_.index) != IsFileExist(discussion_.data)) {
+    ClearChannel(VK_OFFMSG_CHANNEL_DISCUSSION);
+    *consistent = 0;
+  }
+  return S_OK;
+}

@@ -1,0 +1,58 @@
+// Read access to the offline messages saved for the current account: two channels (0 instant
+// messages, 2 discussion groups), each an index file and a data file of compressed bodies
+// under the account's "OffMsgFiles". The client opens it (Init, then OpenAccount after every
+// account change); every operation reads or rewrites the files anew. Trace lines go to the
+// debug output.
+#pragma once
+
+#include <string>
+
+#include "runtime/ComObject.h"
+#include "vaultkit/ILocalOffMsgStore.h"
+
+namespace vk {
+class OffMsgConversations;
+}
+
+class CLocalOffMsgStore : public vk::ComObject<ILocalOffMsgStore> {
+ public:
+  ~CLocalOffMsgStore() override;
+
+  HRESULT Init(IUnknown* site) override;
+  HRESULT OpenAccount() override;
+  HRESULT GetTotalCount(LONG* count) override;
+  HRESULT GetIndexes(VARIANT* list) override;
+  HRESULT GetOffMsgByID(LPCOLESTR id, VARIANT* list) override;
+  HRESULT GetFileLastWriteTime(LPCOLESTR index_path, BSTR* time) override;
+  HRESULT SetFileLastWriteTime(LONG channel, LPCOLESTR time) override;
+  HRESULT ClearChannel(LONG channel) override;
+  HRESULT DeleteOffMsgIndexByID(LPCOLESTR id) override;
+  HRESULT ClearEmptyChannels() override;
+  HRESULT GetLatest(LONG* im_time, LONG* im_addr, LONG* discussion_time,
+                    LONG* discussion_addr) override;
+  HRESULT CheckFiles(LONG* consistent) override;
+
+ private:
+  struct Channel {
+    std::u16string folder, index, data;
+  };
+  // Null for a channel number other than 0 and 2.
+  const Channel* FindChannel(LONG channel) const;
+
+  LONG GetSumFromXML(const std::u16string& index) const;
+  LONG SetSumToXML(const std::u16string& index, LONG sum) const;
+  HRESULT GetIndexesFromXML(const std::u16string& index, vk::OffMsgConversations& into) const;
+  HRESULT GetOffMsgFromChannel(const Channel& channel, std::u16string_view id,
+                               IDataList* list) const;
+  // The body at addr/len of the data file: 0, or -1 (file) or -2 (buffer) after a trace line.
+  int GetOneOffMsg(const std::u16string& data, LONG addr, LONG len, std::string& body) const;
+  HRESULT DeleteFromIndex(const std::u16string& index, std::u16string_view id) const;
+  void LatestOf(const std::u16string& index, LONG* time, LONG* addr) const;
+
+  IClientRoot* root_ = nullptr;
+  IModuleSite* site_ = nullptr;
+  std::u16string account_;
+  std::u16string data_root_;
+  Channel im_;
+  Channel discussion_;
+};
