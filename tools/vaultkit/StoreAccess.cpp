@@ -88,114 +88,116 @@ ComRef<IMobileProfileStore> OpenMobileProfile(Host& host) {
       [](IMobileProfileStore* s, const std::u16string& path) {
         return s->Initialize(path.c_str());
       });
-  ComRef<IRevertDialogStore> OpenRevertDialogs(Host & host) {
-    std::u16string path = host.AccountFile("RevertDialog.xml");
-    IUnknown* root = static_cast<IClientRoot*>(host.Root());
-    IRevertDialogStore* store = host.Store<IRevertDialogStore>(
-        u"reply-pending dialogs",
-        [](IWEZStore* m, IRevertDialogStore** s) { return m->GetRevertDialogStore(s); },
-        u"IRevertDialogStore",
-        [&](IRevertDialogStore* s) {
-          BSTR text = SysAllocString(path.c_str());
-          HRESULT hr = s->Initialize(text, root);
-          SysFreeString(text);
-          return hr;
-        });
-    if (store == nullptr) throw Failure{"the component has no class IRevertDialogStore"};
-    return ComRef<IRevertDialogStore>(store);
-  }
+}
 
-  ComRef<ILocalOffMsgStore> OpenOffMsgs(Host & host) {
-    if (!host.HasAccount()) throw UsageError{"offline messages need --account NAME"};
-    // The module hands the store out without opening it; the client opens it.
-    ILocalOffMsgStore* store = nullptr;
-    if (host.Stores() == nullptr || FAILED(host.Stores()->GetLocalOffMsgStore(&store)) ||
-        store == nullptr) {
-      store = static_cast<ILocalOffMsgStore*>(
-          host.CreateByProgId(u"ILocalOffMsgStore", IID_ILocalOffMsgStore));
-    }
-    if (store == nullptr) throw Failure{"the component has no class ILocalOffMsgStore"};
-    ComRef<ILocalOffMsgStore> held(store);
-    ComRef<ModuleSite> site(new ModuleSite(host.Root()));
-    HRESULT hr = store->Init(static_cast<IModuleSite*>(site.get()));
-    if (SUCCEEDED(hr)) hr = store->OpenAccount();
-    if (FAILED(hr)) {
-      throw Failure{"cannot open the offline message folders of " + host.Account() + " under " +
-                    host.DataRoot() + ": " + FailureReason(hr)};
-    }
-    return held;
-  }
+ComRef<IRevertDialogStore> OpenRevertDialogs(Host& host) {
+  std::u16string path = host.AccountFile("RevertDialog.xml");
+  IUnknown* root = static_cast<IClientRoot*>(host.Root());
+  IRevertDialogStore* store = host.Store<IRevertDialogStore>(
+      u"reply-pending dialogs",
+      [](IWEZStore* m, IRevertDialogStore** s) { return m->GetRevertDialogStore(s); },
+      u"IRevertDialogStore",
+      [&](IRevertDialogStore* s) {
+        BSTR text = SysAllocString(path.c_str());
+        HRESULT hr = s->Initialize(text, root);
+        SysFreeString(text);
+        return hr;
+      });
+  if (store == nullptr) throw Failure{"the component has no class IRevertDialogStore"};
+  return ComRef<IRevertDialogStore>(store);
+}
 
-  std::string StatusName(HRESULT hr) {
-    static const struct {
-      HRESULT status;
-      const char* name;
-    } kNames[] = {{S_OK, "S_OK"},
-                  {S_FALSE, "S_FALSE"},
-                  {E_NOTIMPL, "E_NOTIMPL"},
-                  {E_NOINTERFACE, "E_NOINTERFACE"},
-                  {E_POINTER, "E_POINTER"},
-                  {E_FAIL, "E_FAIL"},
-                  {E_UNEXPECTED, "E_UNEXPECTED"},
-                  {E_OUTOFMEMORY, "E_OUTOFMEMORY"},
-                  {E_INVALIDARG, "E_INVALIDARG"},
-                  {E_ACCESSDENIED, "E_ACCESSDENIED"}};
-    char number[16];
-    std::snprintf(number, sizeof number, "0x%08X", static_cast<unsigned>(hr));
-    for (const auto& known : kNames) {
-      if (known.status == hr) return std::string(known.name) + " (" + number + ")";
-    }
-    return number;
+ComRef<ILocalOffMsgStore> OpenOffMsgs(Host& host) {
+  if (!host.HasAccount()) throw UsageError{"offline messages need --account NAME"};
+  // The module hands the store out without opening it; the client opens it.
+  ILocalOffMsgStore* store = nullptr;
+  if (host.Stores() == nullptr || FAILED(host.Stores()->GetLocalOffMsgStore(&store)) ||
+      store == nullptr) {
+    store = static_cast<ILocalOffMsgStore*>(
+        host.CreateByProgId(u"ILocalOffMsgStore", IID_ILocalOffMsgStore));
   }
-
-  std::string FailureReason(HRESULT hr) {
-    IErrorInfo* info = nullptr;
-    std::string reason;
-    if (GetErrorInfo(0, &info) == S_OK && info != nullptr) {
-      BSTR description = nullptr;
-      info->GetDescription(&description);
-      reason = Utf8(description);
-      info->Release();
-    }
-    return reason.empty() ? "the store answered " + StatusName(hr) : reason;
+  if (store == nullptr) throw Failure{"the component has no class ILocalOffMsgStore"};
+  ComRef<ILocalOffMsgStore> held(store);
+  ComRef<ModuleSite> site(new ModuleSite(host.Root()));
+  HRESULT hr = store->Init(static_cast<IModuleSite*>(site.get()));
+  if (SUCCEEDED(hr)) hr = store->OpenAccount();
+  if (FAILED(hr)) {
+    throw Failure{"cannot open the offline message folders of " + host.Account() + " under " +
+                  host.DataRoot() + ": " + FailureReason(hr)};
   }
+  return held;
+}
 
-  int Report(const char* what, HRESULT hr, std::initializer_list<HRESULT> success) {
-    for (HRESULT ok : success) {
-      if (hr == ok) return kExitOk;
-    }
-    std::fprintf(stderr, "vaultkit: %s failed: %s\n", what, FailureReason(hr).c_str());
-    return kExitFailed;
+std::string StatusName(HRESULT hr) {
+  static const struct {
+    HRESULT status;
+    const char* name;
+  } kNames[] = {{S_OK, "S_OK"},
+                {S_FALSE, "S_FALSE"},
+                {E_NOTIMPL, "E_NOTIMPL"},
+                {E_NOINTERFACE, "E_NOINTERFACE"},
+                {E_POINTER, "E_POINTER"},
+                {E_FAIL, "E_FAIL"},
+                {E_UNEXPECTED, "E_UNEXPECTED"},
+                {E_OUTOFMEMORY, "E_OUTOFMEMORY"},
+                {E_INVALIDARG, "E_INVALIDARG"},
+                {E_ACCESSDENIED, "E_ACCESSDENIED"}};
+  char number[16];
+  std::snprintf(number, sizeof number, "0x%08X", static_cast<unsigned>(hr));
+  for (const auto& known : kNames) {
+    if (known.status == hr) return std::string(known.name) + " (" + number + ")";
   }
+  return number;
+}
 
-  std::string Utf8(BSTR text) {
-    std::string utf8 = text == nullptr ? "" : ToUtf8(std::u16string_view(text, SysStringLen(text)));
-    SysFreeString(text);
-    return utf8;
+std::string FailureReason(HRESULT hr) {
+  IErrorInfo* info = nullptr;
+  std::string reason;
+  if (GetErrorInfo(0, &info) == S_OK && info != nullptr) {
+    BSTR description = nullptr;
+    info->GetDescription(&description);
+    reason = Utf8(description);
+    info->Release();
   }
+  return reason.empty() ? "the store answered " + StatusName(hr) : reason;
+}
 
-  template <typename I>
-  int VersionAction(I * store, const std::vector<std::string>& args, bool json) {
-    if (args.size() == 1 && args[0] == "get") {
-      LONG version = 0;
-      HRESULT hr = store->GetVersion(&version);
-      if (hr != S_OK) return Report("GetVersion", hr);
-      if (json) {
-        PrintJson({{"version", version}});
-      } else {
-        std::printf("%d\n", version);
-      }
-      return kExitOk;
-    }
-    if (args.size() == 2 && args[0] == "set") {
-      return Report("SetVersion", store->SetVersion(ParseInt32(args[1], "N")));
-    }
-    throw UsageError{"version takes 'get' or 'set N'"};
+int Report(const char* what, HRESULT hr, std::initializer_list<HRESULT> success) {
+  for (HRESULT ok : success) {
+    if (hr == ok) return kExitOk;
   }
+  std::fprintf(stderr, "vaultkit: %s failed: %s\n", what, FailureReason(hr).c_str());
+  return kExitFailed;
+}
 
-  template int VersionAction<IUserGrid>(IUserGrid*, const std::vector<std::string>&, bool);
-  template int VersionAction<IKeyDepts>(IKeyDepts*, const std::vector<std::string>&, bool);
-  template int VersionAction<IDeptLeader>(IDeptLeader*, const std::vector<std::string>&, bool);
-  template int VersionAction<IPortalStore>(IPortalStore*, const std::vector<std::string>&, bool);
+std::string Utf8(BSTR text) {
+  std::string utf8 = text == nullptr ? "" : ToUtf8(std::u16string_view(text, SysStringLen(text)));
+  SysFreeString(text);
+  return utf8;
+}
+
+template <typename I>
+int VersionAction(I* store, const std::vector<std::string>& args, bool json) {
+  if (args.size() == 1 && args[0] == "get") {
+    LONG version = 0;
+    HRESULT hr = store->GetVersion(&version);
+    if (hr != S_OK) return Report("GetVersion", hr);
+    if (json) {
+      PrintJson({{"version", version}});
+    } else {
+      std::printf("%d\n", version);
+    }
+    return kExitOk;
+  }
+  if (args.size() == 2 && args[0] == "set") {
+    return Report("SetVersion", store->SetVersion(ParseInt32(args[1], "N")));
+  }
+  throw UsageError{"version takes 'get' or 'set N'"};
+}
+
+template int VersionAction<IUserGrid>(IUserGrid*, const std::vector<std::string>&, bool);
+template int VersionAction<IKeyDepts>(IKeyDepts*, const std::vector<std::string>&, bool);
+template int VersionAction<IDeptLeader>(IDeptLeader*, const std::vector<std::string>&, bool);
+template int VersionAction<IPortalStore>(IPortalStore*, const std::vector<std::string>&, bool);
 
 }  // namespace vk::cli
