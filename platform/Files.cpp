@@ -154,6 +154,13 @@ bool WriteFileAtomically(std::u16string_view path, std::string_view bytes) {
   return true;
 }
 
+bool DeleteFile(std::u16string_view path) {
+  std::string native = PathToNative(path);
+  if (native.empty()) return false;
+  if (::unlink(native.c_str()) == 0) return true;
+  return errno == ENOENT;
+}
+
 }  // namespace vk
 
 std::u16string GetFileListPath() {

@@ -24,6 +24,8 @@ void SetFileAttributesNormal(std::u16string_view path);
 std::optional<std::string> ReadWholeFile(std::u16string_view path);
 // Writes a temporary file in the same folder, flushes it and renames it over the target.
 bool WriteFileAtomically(std::u16string_view path, std::string_view bytes);
+// Deletes a file (never a folder); true when it is gone afterwards.
+bool DeleteFile(std::u16string_view path);
 
 }  // namespace vk
 

@@ -79,6 +79,14 @@ TEST(FilesTest, FoldersAttributesAndExistence) {
   EXPECT_EQ(vk::ReadWholeFile(root.File(u"ro.txt")), "data");
   EXPECT_EQ(vk::ReadWholeFile(root.File(u"a")), std::nullopt);  // a folder
   EXPECT_EQ(vk::ReadWholeFile(root.File(u"none")), std::nullopt);
+
+  // Deleting: a file goes, a missing one counts as gone, a folder stays and is refused.
+  EXPECT_TRUE(vk::DeleteFile(root.File(u"ro.txt")));
+  EXPECT_FALSE(IsFileExist(root.File(u"ro.txt")));
+  EXPECT_TRUE(vk::DeleteFile(root.File(u"ro.txt")));
+  EXPECT_FALSE(vk::DeleteFile(root.File(u"a")));
+  EXPECT_TRUE(IsFileExist(root.File(u"a")));
+  EXPECT_FALSE(vk::DeleteFile(u""));
 }
 
 TEST(FilesTest, AtomicWriteReplacesWholeAndLeavesNoTemporaryFiles) {
