@@ -7,6 +7,8 @@
 #include "org/PortalStore.h"
 #include "org/UserGrid.h"
 #include "org/UserList.h"
+#include "profiles/WEZProfileProStore.h"
+#include "profiles/WEZProfileStore.h"
 #include "settings/OptionStore.h"
 #include "vaultkit/identifiers.h"
 
@@ -23,6 +25,10 @@ const ClassEntry kClasses[] = {
     {&CLSID_StoreModule, "Vaultkit.StoreModule", "CStoreModule", &CreateObject<CStoreModule>},
     {&CLSID_UserGrid, "IUserGrid", "CUserGrid", &CreateObject<CUserGrid>},
     {&CLSID_UserList, "IUserList", "CUserList", &CreateObject<CUserList>},
+    {&CLSID_WEZProfileProStore, "Vaultkit.WEZProfileProStore", "CWEZProfileProStore",
+     &CreateObject<CWEZProfileProStore>},
+    {&CLSID_WEZProfileStore, "IWEZProfileStore", "CWEZProfileStore",
+     &CreateObject<CWEZProfileStore>},
 };
 
 }  // namespace

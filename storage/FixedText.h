@@ -1,0 +1,37 @@
+// The fixed-length text fields of the interface records: a field holds its text up to the
+// first NUL or its last unit, and is filled with at most its size less one units, the rest of
+// those zeroed, so a text of that length or longer is not terminated inside the field unless
+// the caller zeroed the record.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "vaultkit/vkcom.h"
+
+namespace vk {
+
+inline std::u16string_view FieldText(const OLECHAR* field, size_t units) {
+  size_t length = 0;
+  while (length < units && field[length] != 0) ++length;
+  return std::u16string_view(field, length);
+}
+
+inline void FillField(OLECHAR* field, size_t units, std::u16string_view text) {
+  if (units == 0) return;
+  size_t i = 0;
+  for (; i + 1 < units && i < text.size(); ++i) field[i] = text[i];
+  for (; i + 1 < units; ++i) field[i] = 0;
+}
+
+template <size_t N>
+std::u16string_view FieldText(const OLECHAR (&field)[N]) {
+  return FieldText(field, N);
+}
+
+template <size_t N>
+void FillField(OLECHAR (&field)[N], std::u16string_view text) {
+  FillField(field, N, text);
+}
+
+}  // namespace vk
