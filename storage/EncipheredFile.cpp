@@ -109,7 +109,8 @@ std::u16string PlainAsAnsi(std::string_view plain) {
 HRESULT LoadEncipheredDocument(DomDocument& document, std::u16string_view path,
                                const char16_t* file_template, bool repair_companion) {
   bool loaded = false;
-  if (std::optional<std::u16string> companion = ExistingCompanion(path)) {
+  std::optional<std::u16string> companion = ExistingCompanion(path);
+  if (companion) {
     loaded = document.Load(*companion);
     if (!loaded && repair_companion && RepairXmlFile(*companion)) {
       loaded = document.Load(*companion);
@@ -125,6 +126,10 @@ HRESULT LoadEncipheredDocument(DomDocument& document, std::u16string_view path,
     }
   }
   if (loaded) return S_OK;
+  // The next save replaces what could not be read: its bytes are kept aside first, and the
+  // data file's too when a companion hid it.
+  if (companion) KeepDamagedCopy(*companion);
+  KeepDamagedCopy(path);
   return document.LoadXml(file_template) ? S_OK : E_FAIL;
 }
 
@@ -135,7 +140,7 @@ void SaveEncipheredDocument(const DomDocument& document, std::u16string_view pat
     throw ComError(E_FAIL, u"Cannot write the file " + std::u16string(path) + u".");
   }
   if (std::optional<std::u16string> companion = ExistingCompanion(path)) {
-    if (!DeleteFile(*companion)) {
+    if (!RemoveFile(*companion)) {
       throw ComError(E_FAIL, u"Cannot delete the plain file " + *companion + u".");
     }
   }

@@ -35,7 +35,8 @@ std::u16string PlainAsAnsi(std::string_view plain);
 
 // Loads the companion when it exists (repaired and read again when asked and it does not
 // parse), else the enciphered file under either reading; when nothing loads, the template,
-// which is not written until the next save. E_FAIL only when the template does not load.
+// which is not written until the next save (the unreadable files are copied aside first).
+// E_FAIL only when the template does not load.
 HRESULT LoadEncipheredDocument(DomDocument& document, std::u16string_view path,
                                const char16_t* file_template, bool repair_companion);
 // Writes the whole enciphered file atomically, then deletes the companion. Throws ComError

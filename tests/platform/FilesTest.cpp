@@ -7,7 +7,9 @@
 #include <optional>
 #include <string>
 
+#include "platform/FileSystem.h"
 #include "platform/Files.h"
+#include "tests/support/ErrorDescription.h"
 #include "tests/support/TempDataRoot.h"
 
 namespace {
@@ -79,14 +81,6 @@ TEST(FilesTest, FoldersAttributesAndExistence) {
   EXPECT_EQ(vk::ReadWholeFile(root.File(u"ro.txt")), "data");
   EXPECT_EQ(vk::ReadWholeFile(root.File(u"a")), std::nullopt);  // a folder
   EXPECT_EQ(vk::ReadWholeFile(root.File(u"none")), std::nullopt);
-
-  // Deleting: a file goes, a missing one counts as gone, a folder stays and is refused.
-  EXPECT_TRUE(vk::DeleteFile(root.File(u"ro.txt")));
-  EXPECT_FALSE(IsFileExist(root.File(u"ro.txt")));
-  EXPECT_TRUE(vk::DeleteFile(root.File(u"ro.txt")));
-  EXPECT_FALSE(vk::DeleteFile(root.File(u"a")));
-  EXPECT_TRUE(IsFileExist(root.File(u"a")));
-  EXPECT_FALSE(vk::DeleteFile(u""));
 }
 
 TEST(FilesTest, AtomicWriteReplacesWholeAndLeavesNoTemporaryFiles) {
@@ -114,6 +108,91 @@ TEST(FilesTest, AtomicWriteReplacesWholeAndLeavesNoTemporaryFiles) {
     EXPECT_FALSE(vk::WriteFileAtomically(root.File(u"dir/f"), "x"));
     EXPECT_EQ(EntriesIn(root.NativeFile("dir")), 0u);
   }
+}
+
+// Fails the call of the given kind whose turn comes `countdown` calls of that kind from now.
+struct FailNth {
+  vk::FileSystem::Call call;
+  int countdown;
+  static vk::FileSystem::Fault Hook(vk::FileSystem::Call call, const std::string&, void* self) {
+    auto* fail = static_cast<FailNth*>(self);
+    return call == fail->call && fail->countdown-- == 0 ? vk::FileSystem::Fault::kFail
+                                                        : vk::FileSystem::Fault::kNone;
+  }
+};
+
+TEST(FilesTest, FailedStepsOfASaveKeepTheOldFileAndSayWhy) {
+  vk::test::TempDataRoot root;
+  ASSERT_TRUE(vk::WriteFileAtomically(root.File(u"f.xml"), "old"));
+  for (auto call : {vk::FileSystem::Call::kCreate, vk::FileSystem::Call::kWrite,
+                    vk::FileSystem::Call::kSync, vk::FileSystem::Call::kRename}) {
+    FailNth fail{call, 0};
+    vk::FileSystem::SetFaultHook(&FailNth::Hook, &fail);
+    EXPECT_FALSE(vk::WriteFileAtomically(root.File(u"f.xml"), "new"));
+    EXPECT_EQ(vk::test::TakeErrorDescription(), root.File(u"f.xml") + u": Input/output error");
+    fail.countdown = 0;
+    EXPECT_FALSE(vk::ReplaceFileWithCopy(root.File(u"f.xml"), root.File(u"g.xml")));
+    EXPECT_EQ(vk::test::TakeErrorDescription(), root.File(u"g.xml") + u": Input/output error");
+    vk::FileSystem::SetFaultHook(nullptr, nullptr);
+    EXPECT_EQ(root.ReadBytes("f.xml"), "old");
+    EXPECT_EQ(EntriesIn(root.NativePath()), 1u);  // no copy, no temporary file
+  }
+  // A crash stops every later change: the old file stays, whatever the caller does next.
+  struct Crash {
+    static vk::FileSystem::Fault Hook(vk::FileSystem::Call, const std::string&, void*) {
+      return vk::FileSystem::Fault::kCrash;
+    }
+  };
+  vk::FileSystem::SetFaultHook(&Crash::Hook, nullptr);
+  EXPECT_FALSE(vk::WriteFileAtomically(root.File(u"f.xml"), "new"));
+  EXPECT_FALSE(vk::RemoveFile(root.File(u"f.xml")));
+  vk::FileSystem::SetFaultHook(nullptr, nullptr);
+  EXPECT_EQ(root.ReadBytes("f.xml"), "old");
+}
+
+TEST(FilesTest, RenameWithoutReplaceNeverOverwrites) {
+  vk::test::TempDataRoot root;
+  root.WriteBytes("a", "A");
+  root.WriteBytes("b", "B");
+  EXPECT_FALSE(vk::RenameFile(root.File(u"a"), root.File(u"b"), false));
+  EXPECT_EQ(root.ReadBytes("b"), "B");
+  EXPECT_TRUE(vk::RenameFile(root.File(u"a"), root.File(u"c"), false));
+  EXPECT_EQ(root.ReadBytes("c"), "A");
+  EXPECT_FALSE(root.ReadBytes("a").has_value());
+  EXPECT_TRUE(vk::RenameFile(root.File(u"c"), root.File(u"b"), true));
+  EXPECT_EQ(root.ReadBytes("b"), "A");
+  EXPECT_TRUE(vk::RemoveFile(root.File(u"b")));
+  EXPECT_TRUE(vk::RemoveFile(root.File(u"b")));  // gone already counts as removed
+}
+
+TEST(FilesTest, DamagedFilesAreKeptAsideTheLastThree) {
+  vk::test::TempDataRoot root;
+  vk::KeepDamagedCopy(root.File(u"missing.xml"));
+  root.WriteBytes("empty.xml", "");
+  vk::KeepDamagedCopy(root.File(u"empty.xml"));
+  EXPECT_EQ(EntriesIn(root.NativePath()), 1u);  // nothing kept of nothing
+
+  for (const char* old : {"20200101000000", "20210101000000", "20220101000000", "x"}) {
+    root.WriteBytes(std::string("Grid.xml.damaged-") + old, old);
+  }
+  root.WriteBytes("Grid.xml", "<Grid broken");
+  vk::KeepDamagedCopy(root.File(u"Grid.xml"));
+  EXPECT_EQ(root.ReadBytes("Grid.xml"), "<Grid broken");  // the store decides what comes next
+  EXPECT_FALSE(root.ReadBytes("Grid.xml.damaged-20200101000000").has_value());
+  EXPECT_TRUE(root.ReadBytes("Grid.xml.damaged-20210101000000").has_value());
+  EXPECT_TRUE(root.ReadBytes("Grid.xml.damaged-20220101000000").has_value());
+  EXPECT_TRUE(root.ReadBytes("Grid.xml.damaged-x").has_value());  // not one of ours
+  size_t kept = 0;
+  DIR* dir = ::opendir(root.NativePath().c_str());
+  while (dirent* entry = ::readdir(dir)) {
+    std::string name = entry->d_name;
+    if (name.starts_with("Grid.xml.damaged-2") && name > "Grid.xml.damaged-2023") {
+      EXPECT_EQ(root.ReadBytes(name), "<Grid broken");
+      ++kept;
+    }
+  }
+  ::closedir(dir);
+  EXPECT_EQ(kept, 1u);
 }
 
 }  // namespace

@@ -56,6 +56,13 @@ class EncipheredFileTest : public testing::Test {
   std::string Bytes(std::string_view name = "Accounts/alice/WEZProfile.dat") const {
     return root_.ReadBytes(name).value_or("(none)");
   }
+  long DamagedCopies() const {
+    long n = 0;
+    for (auto& e : std::filesystem::directory_iterator(root_.NativeFile("Accounts/alice"))) {
+      n += e.path().filename().string().starts_with("WEZProfile.dat.damaged-") ? 1 : 0;
+    }
+    return n;
+  }
   std::u16string Records() const {
     DomDocument document;
     document.LoadXml(kRecords);
@@ -87,6 +94,8 @@ TEST_F(EncipheredFileTest, UnreadableFilesGiveTheTemplateAndAreLeftAlone) {
     root_.WriteBytes("Accounts/alice/WEZProfile.dat", bytes);
     EXPECT_EQ(Load(), u"template") << bytes.size();
     EXPECT_EQ(Bytes(), bytes);
+    // What the next save would replace is kept aside (an empty file is not).
+    EXPECT_EQ(DamagedCopies() > 0, !bytes.empty()) << bytes.size();
   }
   // A plaintext in the ANSI code page is read too.
   const std::string ansi = ToAnsi(kRecords);
