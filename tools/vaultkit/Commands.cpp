@@ -1,11 +1,14 @@
 #include "tools/vaultkit/Commands.h"
 
+#include "tools/vaultkit/BuddiesCommand.h"
 #include "tools/vaultkit/DemoCommand.h"
 #include "tools/vaultkit/GridCommand.h"
+#include "tools/vaultkit/InspectCommand.h"
 #include "tools/vaultkit/KeyDeptsCommand.h"
 #include "tools/vaultkit/LeaderCommand.h"
 #include "tools/vaultkit/OptionsCommand.h"
 #include "tools/vaultkit/PortalCommand.h"
+#include "tools/vaultkit/ProfilesCommand.h"
 #include "tools/vaultkit/RunCommand.h"
 #include "tools/vaultkit/StatusCommand.h"
 #include "tools/vaultkit/UsersCommand.h"
@@ -21,6 +24,9 @@ std::vector<std::unique_ptr<Command>> AllCommands() {
   all.push_back(std::make_unique<KeyDeptsCommand>());
   all.push_back(std::make_unique<LeaderCommand>());
   all.push_back(std::make_unique<PortalCommand>());
+  all.push_back(std::make_unique<ProfilesCommand>());
+  all.push_back(std::make_unique<BuddiesCommand>());
+  all.push_back(std::make_unique<InspectCommand>());
   all.push_back(std::make_unique<RunCommand>());
   all.push_back(std::make_unique<DemoCommand>());
   return all;

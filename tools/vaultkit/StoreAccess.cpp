@@ -10,20 +10,27 @@
 namespace vk::cli {
 namespace {
 
+// A store through the module, or created by ProgID and opened on `path` by `open`.
+template <typename I, typename Get, typename Open>
+ComRef<I> OpenOn(Host& host, const char16_t* row, Get get, const char16_t* prog_id,
+                 const std::u16string& path, Open open) {
+  HRESULT opened = S_OK;
+  I* store = host.Store<I>(row, get, prog_id, [&](I* s) { return opened = open(s); });
+  if (store == nullptr) {
+    throw Failure{FAILED(opened) ? "cannot open " + ToUtf8(path) + ": " + FailureReason(opened)
+                                 : "the component has no class " + ToUtf8(prog_id)};
+  }
+  return ComRef<I>(store);
+}
+
 // The XML stores and the user list open on (path, root).
 template <typename I, typename Get>
 ComRef<I> OpenWithRoot(Host& host, const char16_t* row, Get get, const char16_t* prog_id,
                        const std::string& file) {
   std::u16string path = host.AccountFile(file);
   IUnknown* root = static_cast<IClientRoot*>(host.Root());
-  HRESULT opened = S_OK;
-  I* store = host.Store<I>(row, get, prog_id,
-                           [&](I* s) { return opened = s->Initialize(path.c_str(), root); });
-  if (store == nullptr) {
-    throw Failure{FAILED(opened) ? "cannot open " + ToUtf8(path) + ": " + FailureReason(opened)
-                                 : "the component has no class " + ToUtf8(prog_id)};
-  }
-  return ComRef<I>(store);
+  return OpenOn<I>(host, row, get, prog_id, path,
+                   [&](I* s) { return s->Initialize(path.c_str(), root); });
 }
 
 }  // namespace
@@ -57,6 +64,29 @@ ComRef<IPortalStore> OpenPortal(Host& host) {
   return OpenWithRoot<IPortalStore>(
       host, u"portal", [](IWEZStore* m, IPortalStore** s) { return m->GetPortalStore(s); },
       u"IPortalStore", "PortalIcon/EPortal.xml");
+}
+
+ComRef<IWEZProfileStore> OpenProfiles(Host& host) {
+  // Without an account, the default folder the module opens this store on at load.
+  std::u16string path = host.HasAccount() ? host.AccountFile("WEZProfile.dat")
+                                          : FromUtf8(host.DataRoot() + "Accounts/0/WEZProfile.dat");
+  return OpenOn<IWEZProfileStore>(
+      host, u"profiles", [](IWEZStore* m, IWEZProfileStore** s) { return m->GetProfileStore(s); },
+      u"IWEZProfileStore", path, [&](IWEZProfileStore* s) { return s->Initialize(path.c_str()); });
+}
+
+ComRef<IWEZProfileProStore> OpenBuddyProfiles(Host& host) {
+  std::u16string path = host.AccountFile("WEZProfilePro.dat");
+  return OpenOn<IWEZProfileProStore>(
+      host, u"buddy profiles",
+      [](IWEZStore* m, IWEZProfileProStore** s) { return m->GetProfileProStore(s); },
+      u"Vaultkit.WEZProfileProStore", path,
+      [&](IWEZProfileProStore* s) {
+        BSTR allocated = SysAllocString(path.c_str());
+        HRESULT hr = s->Initialize(allocated);
+        SysFreeString(allocated);
+        return hr;
+      });
 }
 
 std::string StatusName(HRESULT hr) {
