@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <string>
 
+#include "bench/BareXml.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "profiles/WEZProfileStore.h"
@@ -68,14 +69,6 @@ struct ProfileFile {
   std::u16string path;
 };
 
-template <typename Work>
-double MeanNanoseconds(int rounds, Work&& work) {
-  auto start = std::chrono::steady_clock::now();
-  for (int i = 0; i < rounds; ++i) work(i);
-  std::chrono::duration<double, std::nano> spent = std::chrono::steady_clock::now() - start;
-  return spent.count() / rounds;
-}
-
 // Nanoseconds per iteration of the loop that began at `start`; call right after the loop, before
 // the baseline is measured.
 double PerIteration(const benchmark::State& state, std::chrono::steady_clock::time_point start) {
@@ -91,19 +84,11 @@ void Report(benchmark::State& state, double per_op, double baseline_ns) {
 // The store's lookup expression, evaluated by bare libxml2 from the document element.
 double BareLookupNanoseconds(const ProfileFile& file) {
   xmlDocPtr doc = file.BareDocument();
-  xmlXPathContextPtr ctx = xmlXPathNewContext(doc);
-  ctx->node = xmlDocGetRootElement(doc);
-  double ns = MeanNanoseconds(200, [&](int i) {
-    std::string expression =
-        "/Root//ITEM[translate(@NICK, 'ABCDEFGHIJKLMNOPQRSTUVWXYZ', "
-        "'abcdefghijklmnopqrstuvwxyz') = '" +
-        vk::ToUtf8(vk::WideToLower(Nick((i * 7919) % kRecords))) + "']";
-    xmlXPathObjectPtr result =
-        xmlXPathEvalExpression(reinterpret_cast<const xmlChar*>(expression.c_str()), ctx);
-    benchmark::DoNotOptimize(result);
-    xmlXPathFreeObject(result);
+  double ns = vk::bench::BareXPathNanoseconds(doc, [](int i) {
+    return "/Root//ITEM[translate(@NICK, 'ABCDEFGHIJKLMNOPQRSTUVWXYZ', "
+           "'abcdefghijklmnopqrstuvwxyz') = '" +
+           vk::ToUtf8(vk::WideToLower(Nick((i * 7919) % kRecords))) + "']";
   });
-  xmlXPathFreeContext(ctx);
   xmlFreeDoc(doc);
   return ns;
 }
@@ -154,7 +139,7 @@ void BM_CloseAfterOneChange(benchmark::State& state) {
   double per_op = PerIteration(state, start);
   xmlDocPtr doc = file.BareDocument();
   std::u16string plain_path = vk::FromUtf8(file.folder + "/alice/plain.xml");
-  double bare = MeanNanoseconds(20, [&](int) {
+  double bare = vk::bench::MeanNanoseconds(20, [&](int) {
     xmlChar* bytes = nullptr;
     int size = 0;
     xmlDocDumpMemoryEnc(doc, &bytes, &size, "UTF-16LE");

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <string>
 
+#include "bench/BareXml.h"
 #include "org/DeptLeader.h"
 #include "org/KeyDepts.h"
 #include "org/UserGrid.h"
@@ -40,15 +41,6 @@ std::u16string MakeGridFile(const std::string& folder) {
   return path;
 }
 
-// Runs work `rounds` times and returns the mean nanoseconds per round.
-template <typename Work>
-double MeanNanoseconds(int rounds, Work&& work) {
-  auto start = std::chrono::steady_clock::now();
-  for (int i = 0; i < rounds; ++i) work(i);
-  std::chrono::duration<double, std::nano> spent = std::chrono::steady_clock::now() - start;
-  return spent.count() / rounds;
-}
-
 // Times the benchmark loop itself so the ratio to the baseline can be reported per run.
 class LoopTimer {
  public:
@@ -70,16 +62,9 @@ class LoopTimer {
 // The bare libxml2 lookup the store's GetGrid does: one XPath selection on the document.
 double BareLookupNanoseconds(const std::u16string& path) {
   xmlDocPtr doc = xmlReadFile(vk::PathToNative(path).c_str(), nullptr, XML_PARSE_NONET);
-  xmlXPathContextPtr ctx = xmlXPathNewContext(doc);
-  double ns = MeanNanoseconds(200, [&](int i) {
-    std::string expression =
-        "/UserGrid//User[@Nick=\"" + vk::ToUtf8(Nick((i * 7919) % kEntries)) + "\"]";
-    xmlXPathObjectPtr result =
-        xmlXPathEvalExpression(reinterpret_cast<const xmlChar*>(expression.c_str()), ctx);
-    benchmark::DoNotOptimize(result);
-    xmlXPathFreeObject(result);
+  double ns = vk::bench::BareXPathNanoseconds(doc, [](int i) {
+    return "/UserGrid//User[@Nick=\"" + vk::ToUtf8(Nick((i * 7919) % kEntries)) + "\"]";
   });
-  xmlXPathFreeContext(ctx);
   xmlFreeDoc(doc);
   return ns;
 }
@@ -212,7 +197,7 @@ BENCHMARK(BM_DeptLeaderUpdate)->Repetitions(5)->ReportAggregatesOnly(true);
 // The bare libxml2 save the store's Close does: serialise in GB2312 and write atomically.
 double BareSaveNanoseconds(const std::u16string& path) {
   xmlDocPtr doc = xmlReadFile(vk::PathToNative(path).c_str(), nullptr, XML_PARSE_NONET);
-  double ns = MeanNanoseconds(20, [&](int) {
+  double ns = vk::bench::MeanNanoseconds(20, [&](int) {
     xmlChar* bytes = nullptr;
     int size = 0;
     xmlDocDumpFormatMemoryEnc(doc, &bytes, &size, "gb2312", 0);
