@@ -126,7 +126,8 @@ TEST_F(WEZProfileStoreTest, NumbersKeepTheirLowBitsAndFieldsStopShortOfTheirLast
   EXPECT_EQ(std::vector<LONG>({p.uin, p.gender, p.face, p.uright, p.version}),
             std::vector<LONG>({-12, 44, 4464, 0, -1}));
   EXPECT_EQ(std::u16string(p.name, 32), u"0123456789012345678901234567890#");
-  EXPECT_EQ(std::u16string(p.email + 1, 63), std::u16string(u"b") + std::u16string(61, 0) + u"#");
+  EXPECT_EQ(std::u16string(p.email, 3), std::u16string(u"ab\0", 3));  // a shorter text ends
+  EXPECT_EQ(p.email[63], u'#');
 
   // A nickname that fills its whole field is read up to the field's end, not beyond.
   ProfileInfo full = Profile(u"", 8, u"name");
