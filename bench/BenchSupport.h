@@ -10,6 +10,8 @@
 #include <chrono>
 #include <filesystem>
 #include <string>
+#include <type_traits>
+#include <utility>
 
 #include "platform/Files.h"
 
@@ -31,23 +33,36 @@ double MeanNanoseconds(int rounds, Work&& work) {
   return spent.count() / rounds;
 }
 
-// Bare libxml2 on the store's file: the expressions that `expressions(round)` returns,
-// evaluated from the document element; the mean nanoseconds per round.
+// Bare libxml2 on a document: the expressions that `expressions(round)` returns (one string
+// or several), evaluated from the document element; the mean nanoseconds per round.
+template <typename Expressions>
+inline double BareXPathNanoseconds(xmlDocPtr doc, int rounds, Expressions&& expressions) {
+  xmlXPathContextPtr ctx = xmlXPathNewContext(doc);
+  ctx->node = xmlDocGetRootElement(doc);
+  auto evaluate = [&](const std::string& expression) {
+    xmlXPathObjectPtr result =
+        xmlXPathEvalExpression(reinterpret_cast<const xmlChar*>(expression.c_str()), ctx);
+    benchmark::DoNotOptimize(result);
+    xmlXPathFreeObject(result);
+  };
+  double ns = MeanNanoseconds(rounds, [&](int i) {
+    auto chosen = expressions(i);
+    if constexpr (std::is_convertible_v<decltype(chosen), std::string>) {
+      evaluate(chosen);
+    } else {
+      for (const std::string& expression : chosen) evaluate(expression);
+    }
+  });
+  xmlXPathFreeContext(ctx);
+  return ns;
+}
+
+// The same on the store's file.
 template <typename Expressions>
 inline double BareXPathNanoseconds(const std::u16string& path, int rounds,
                                    Expressions&& expressions) {
   xmlDocPtr doc = xmlReadFile(PathToNative(path).c_str(), nullptr, XML_PARSE_NONET);
-  xmlXPathContextPtr ctx = xmlXPathNewContext(doc);
-  ctx->node = xmlDocGetRootElement(doc);
-  double ns = MeanNanoseconds(rounds, [&](int i) {
-    for (const std::string& expression : expressions(i)) {
-      xmlXPathObjectPtr result =
-          xmlXPathEvalExpression(reinterpret_cast<const xmlChar*>(expression.c_str()), ctx);
-      benchmark::DoNotOptimize(result);
-      xmlXPathFreeObject(result);
-    }
-  });
-  xmlXPathFreeContext(ctx);
+  double ns = BareXPathNanoseconds(doc, rounds, std::forward<Expressions>(expressions));
   xmlFreeDoc(doc);
   return ns;
 }

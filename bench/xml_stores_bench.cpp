@@ -194,7 +194,7 @@ BENCHMARK(BM_DeptLeaderUpdate)->Repetitions(5)->ReportAggregatesOnly(true);
 // The bare libxml2 save the store's Close does: serialise in GB2312 and write atomically.
 double BareSaveNanoseconds(const std::u16string& path) {
   xmlDocPtr doc = xmlReadFile(vk::PathToNative(path).c_str(), nullptr, XML_PARSE_NONET);
-  double ns = MeanNanoseconds(20, [&](int) {
+  double ns = vk::bench::MeanNanoseconds(20, [&](int) {
     xmlChar* bytes = nullptr;
     int size = 0;
     xmlDocDumpFormatMemoryEnc(doc, &bytes, &size, "gb2312", 0);

@@ -11,6 +11,8 @@
 #include "org/UserList.h"
 #include "profiles/MobileProfileStore.h"
 #include "profiles/WEZItemStore.h"
+#include "profiles/WEZProfileProStore.h"
+#include "profiles/WEZProfileStore.h"
 #include "settings/OptionStore.h"
 #include "vaultkit/identifiers.h"
 
@@ -34,6 +36,10 @@ const ClassEntry kClasses[] = {
     {&CLSID_UserGrid, "IUserGrid", "CUserGrid", &CreateObject<CUserGrid>},
     {&CLSID_UserList, "IUserList", "CUserList", &CreateObject<CUserList>},
     {&CLSID_WEZItemStore, "IWEZItemStore", "CWEZItemStore", &CreateObject<CWEZItemStore>},
+    {&CLSID_WEZProfileProStore, "Vaultkit.WEZProfileProStore", "CWEZProfileProStore",
+     &CreateObject<CWEZProfileProStore>},
+    {&CLSID_WEZProfileStore, "IWEZProfileStore", "CWEZProfileStore",
+     &CreateObject<CWEZProfileStore>},
 };
 
 }  // namespace

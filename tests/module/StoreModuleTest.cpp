@@ -29,6 +29,7 @@ std::vector<std::pair<const char*, bool>> CreationOrder(IWEZStore* s) {
   IDeptLeader* dl = nullptr;
   IPortalStore* portal = nullptr;
   IOptionStore* user = nullptr;
+  IWEZProfileStore* profile = nullptr;
   IWEZItemStore* items = nullptr;
   IWEZProfileProStore* pro = nullptr;
   IRevertDialogStore* revert = nullptr;
@@ -39,18 +40,28 @@ std::vector<std::pair<const char*, bool>> CreationOrder(IWEZStore* s) {
   s->GetDeptLeader(&dl);
   s->GetPortalStore(&portal);
   s->GetUserOptionStore(&user);
+  s->GetProfileStore(&profile);
   s->GetItemStore(&items);
   s->GetProfileProStore(&pro);
   s->GetRevertDialogStore(&revert);
   s->GetLocalOffMsgStore(&offline);
-  return {{"user list", held(ul)},       {"user grid", held(grid)},
-          {"key departments", held(kd)}, {"leaders", held(dl)},
-          {"portal", held(portal)},      {"group 1", group(1)},
-          {"group 5", group(5)},         {"group 6", group(6)},
-          {"group 3", group(3)},         {"group 2", group(2)},
-          {"user options", held(user)},  {"group 4", group(4)},
-          {"items", held(items)},        {"buddy profiles", held(pro)},
-          {"dialogs", held(revert)},     {"offline messages", held(offline)}};
+  return {{"user list", held(ul)},
+          {"user grid", held(grid)},
+          {"key departments", held(kd)},
+          {"leaders", held(dl)},
+          {"portal", held(portal)},
+          {"group 1", group(1)},
+          {"group 5", group(5)},
+          {"group 6", group(6)},
+          {"group 3", group(3)},
+          {"group 2", group(2)},
+          {"user options", held(user)},
+          {"group 4", group(4)},
+          {"profiles", held(profile)},
+          {"items", held(items)},
+          {"buddy profiles", held(pro)},
+          {"dialogs", held(revert)},
+          {"offline messages", held(offline)}};
 }
 
 TEST_F(ModuleTest, LoadOnAFreshRootCreatesTheFoldersAndStopsAtTheFirstMissingClass) {

@@ -69,6 +69,41 @@ check "deleting an unknown mobile name exits 1" \
   test "$(exit_code "$vaultkit" "${a[@]}" mobile delete nobody)" = 1
 check "a name longer than the record exits 2" \
   test "$(exit_code "$vaultkit" "${a[@]}" mobile add "$(printf 'n%.0s' {1..33})")" = 2
+# Profiles and buddies: enciphered on disk, plain through inspect, plain companions migrated.
+"$vaultkit" "${a[@]}" profiles set ZhangSan uin=1001 name=张三
+check "profiles get folds A-Z" grep -q "张三" <<<"$("$vaultkit" "${a[@]}" profiles get zhangsan)"
+check "the profile file is enciphered" test "$(grep -c ZhangSan "$d/Accounts/alice/WEZProfile.dat")" = 0
+check "inspect shows the profile as XML" grep -q 'NICK="ZhangSan" NAME="张三"' \
+  <<<"$("$vaultkit" "${a[@]}" inspect "$d/Accounts/alice/WEZProfile.dat")"
+check "nick-by-uin" test "$("$vaultkit" "${a[@]}" profiles nick-by-uin 1001)" = ZhangSan
+check "an unknown profile is not found (1)" test "$(exit_code "$vaultkit" "${a[@]}" profiles get ghost)" = 1
+check "a quote in a nickname fails the lookup (3)" \
+  test "$(exit_code "$vaultkit" "${a[@]}" profiles get "o'neil")" = 3
+check "a gender beyond 8 bits exits 2" \
+  test "$(exit_code "$vaultkit" "${a[@]}" profiles set x gender=256)" = 2
+"$vaultkit" "${a[@]}" buddies set Bob note=hi
+check "a buddy field reads back" test "$("$vaultkit" "${a[@]}" buddies get BOB note)" = hi
+check "delete needs the lower-case account (1)" \
+  test "$(exit_code "$vaultkit" "${a[@]}" buddies delete Bob)" = 1
+for read in "profiles list" "profiles get zhangsan" "buddies get bob" "buddies fields bob" \
+  "inspect $d/Accounts/alice/WEZProfilePro.dat"; do
+  # shellcheck disable=SC2086
+  check "$read --json is one JSON document" python3 -c 'import json,sys; json.load(sys.stdin)' \
+    < <("$vaultkit" "${a[@]}" $read --json 2>/dev/null)
+done
+mkdir -p "$work/elsewhere"
+cp "$d/Accounts/alice/WEZProfile.dat" "$work/elsewhere/"
+check "another folder's key does not decipher (3)" \
+  test "$(exit_code "$vaultkit" inspect "$work/elsewhere/WEZProfile.dat")" = 3
+mkdir -p "$d/Accounts/carol"
+printf '<?xml version="1.0" encoding="GB2312"?><Root><ITEM UIN="7" NICK="old"/></Root>' \
+  >"$d/Accounts/carol/WEZProfile.xml"
+c=(--data-root "$d" --account carol)
+check "a plain companion is read" test "$("$vaultkit" "${c[@]}" profiles nick-by-uin 7)" = old
+"$vaultkit" "${c[@]}" profiles set new uin=8
+check "the first save deletes the plain companion" test ! -e "$d/Accounts/carol/WEZProfile.xml"
+check "its records move to the enciphered file" grep -q 'NICK="old"' \
+  <<<"$("$vaultkit" "${c[@]}" inspect "$d/Accounts/carol/WEZProfile.dat")"
 
 check "unknown command exits 2" test "$(exit_code "$vaultkit" --data-root "$d" frobnicate)" = 2
 check "missing arguments exit 2" test "$(exit_code "$vaultkit" --data-root "$d" options set k)" = 2

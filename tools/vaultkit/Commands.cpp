@@ -1,8 +1,10 @@
 #include "tools/vaultkit/Commands.h"
 
+#include "tools/vaultkit/BuddiesCommand.h"
 #include "tools/vaultkit/DemoCommand.h"
 #include "tools/vaultkit/DialogsCommand.h"
 #include "tools/vaultkit/GridCommand.h"
+#include "tools/vaultkit/InspectCommand.h"
 #include "tools/vaultkit/ItemsCommand.h"
 #include "tools/vaultkit/KeyDeptsCommand.h"
 #include "tools/vaultkit/LeaderCommand.h"
@@ -10,6 +12,7 @@
 #include "tools/vaultkit/OffMsgCommand.h"
 #include "tools/vaultkit/OptionsCommand.h"
 #include "tools/vaultkit/PortalCommand.h"
+#include "tools/vaultkit/ProfilesCommand.h"
 #include "tools/vaultkit/RunCommand.h"
 #include "tools/vaultkit/StatusCommand.h"
 #include "tools/vaultkit/UsersCommand.h"
@@ -29,6 +32,9 @@ std::vector<std::unique_ptr<Command>> AllCommands() {
   all.push_back(std::make_unique<MobileCommand>());
   all.push_back(std::make_unique<DialogsCommand>());
   all.push_back(std::make_unique<OffMsgCommand>());
+  all.push_back(std::make_unique<ProfilesCommand>());
+  all.push_back(std::make_unique<BuddiesCommand>());
+  all.push_back(std::make_unique<InspectCommand>());
   all.push_back(std::make_unique<RunCommand>());
   all.push_back(std::make_unique<DemoCommand>());
   return all;

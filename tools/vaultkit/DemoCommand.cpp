@@ -164,6 +164,18 @@ int DemoCommand::Run(Host& host, const std::vector<std::string>& args) {
     step("offmsg", {"list"});
     step("offmsg", {"count"});
     step("offmsg", {"latest"});
+
+    Banner("Profiles and buddy fields, enciphered on disk with the account's key");
+    const std::string folder = host.DataRoot() + "Accounts/" + host.Account() + "/";
+    step("profiles", {"set", "zhangsan", "uin=10001", "name=张三", "email=zhangsan@example.cn"});
+    step("profiles", {"get", "ZhangSan"});
+    step("buddies", {"set", "LiSi", "备注=老同学", "生日=0312"});
+    step("buddies", {"get", "lisi"});
+    std::printf("each command closes its store, as the module's flush does; on disk:\n");
+    ShowBytes(folder + "WEZProfile.dat", 24);
+    ShowBytes(folder + "WEZProfilePro.dat", 24);
+    step("inspect", {folder + "WEZProfile.dat"});
+    step("inspect", {folder + "WEZProfilePro.dat"});
   }
 
   Banner("Readiness and root events");

@@ -11,13 +11,12 @@
 namespace vk::cli {
 namespace {
 
-// A store opened by `open(store, path)` on the account's `file`.
+// A store through the module, or created by ProgID and opened on `path` by `open`.
 template <typename I, typename Get, typename Open>
-ComRef<I> OpenOnPath(Host& host, const char16_t* row, Get get, const char16_t* prog_id,
-                     const std::string& file, Open open) {
-  std::u16string path = host.AccountFile(file);
+ComRef<I> OpenOn(Host& host, const char16_t* row, Get get, const char16_t* prog_id,
+                 const std::u16string& path, Open open) {
   HRESULT opened = S_OK;
-  I* store = host.Store<I>(row, get, prog_id, [&](I* s) { return opened = open(s, path); });
+  I* store = host.Store<I>(row, get, prog_id, [&](I* s) { return opened = open(s); });
   if (store == nullptr) {
     throw Failure{FAILED(opened) ? "cannot open " + ToUtf8(path) + ": " + FailureReason(opened)
                                  : "the component has no class " + ToUtf8(prog_id)};
@@ -29,10 +28,19 @@ ComRef<I> OpenOnPath(Host& host, const char16_t* row, Get get, const char16_t* p
 template <typename I, typename Get>
 ComRef<I> OpenWithRoot(Host& host, const char16_t* row, Get get, const char16_t* prog_id,
                        const std::string& file) {
+  std::u16string path = host.AccountFile(file);
   IUnknown* root = static_cast<IClientRoot*>(host.Root());
-  return OpenOnPath<I>(host, row, get, prog_id, file, [&](I* s, const std::u16string& path) {
-    return s->Initialize(path.c_str(), root);
-  });
+  return OpenOn<I>(host, row, get, prog_id, path,
+                   [&](I* s) { return s->Initialize(path.c_str(), root); });
+}
+
+// Stores whose Initialize takes the path as a system string.
+template <typename I>
+HRESULT InitializeWithBstr(I* store, const std::u16string& path) {
+  BSTR text = SysAllocString(path.c_str());
+  HRESULT hr = store->Initialize(text);
+  SysFreeString(text);
+  return hr;
 }
 
 }  // namespace
@@ -69,42 +77,52 @@ ComRef<IPortalStore> OpenPortal(Host& host) {
 }
 
 ComRef<IWEZItemStore> OpenItemStore(Host& host) {
-  return OpenOnPath<IWEZItemStore>(
+  std::u16string path = host.AccountFile("WEZExtBuddy.xml");
+  return OpenOn<IWEZItemStore>(
       host, u"items", [](IWEZStore* m, IWEZItemStore** s) { return m->GetItemStore(s); },
-      u"IWEZItemStore", "WEZExtBuddy.xml",
-      [](IWEZItemStore* s, const std::u16string& path) {
-        BSTR text = SysAllocString(path.c_str());
-        HRESULT hr = s->Initialize(text);
-        SysFreeString(text);
-        return hr;
-      });
+      u"IWEZItemStore", path, [&](IWEZItemStore* s) { return InitializeWithBstr(s, path); });
+}
+
+ComRef<IWEZProfileStore> OpenProfiles(Host& host) {
+  // Without an account, the default folder the module opens this store on at load.
+  std::u16string path = host.HasAccount() ? host.AccountFile("WEZProfile.dat")
+                                          : FromUtf8(host.DataRoot() + "Accounts/0/WEZProfile.dat");
+  return OpenOn<IWEZProfileStore>(
+      host, u"profiles", [](IWEZStore* m, IWEZProfileStore** s) { return m->GetProfileStore(s); },
+      u"IWEZProfileStore", path, [&](IWEZProfileStore* s) { return s->Initialize(path.c_str()); });
+}
+
+ComRef<IWEZProfileProStore> OpenBuddyProfiles(Host& host) {
+  std::u16string path = host.AccountFile("WEZProfilePro.dat");
+  return OpenOn<IWEZProfileProStore>(
+      host, u"buddy profiles",
+      [](IWEZStore* m, IWEZProfileProStore** s) { return m->GetProfileProStore(s); },
+      u"Vaultkit.WEZProfileProStore", path,
+      [&](IWEZProfileProStore* s) { return InitializeWithBstr(s, path); });
 }
 
 ComRef<IMobileProfileStore> OpenMobileProfile(Host& host) {
-  return OpenOnPath<IMobileProfileStore>(
+  std::u16string path = host.AccountFile("MobileProfile.xml");
+  return OpenOn<IMobileProfileStore>(
       host, u"mobile profiles",
       [](IWEZStore* m, IMobileProfileStore** s) { return m->GetMobileProfileStore(s); },
-      u"IMobileProfileStore", "MobileProfile.xml",
-      [](IMobileProfileStore* s, const std::u16string& path) {
-        return s->Initialize(path.c_str());
-      });
+      u"IMobileProfileStore", path,
+      [&](IMobileProfileStore* s) { return s->Initialize(path.c_str()); });
 }
 
 ComRef<IRevertDialogStore> OpenRevertDialogs(Host& host) {
   std::u16string path = host.AccountFile("RevertDialog.xml");
   IUnknown* root = static_cast<IClientRoot*>(host.Root());
-  IRevertDialogStore* store = host.Store<IRevertDialogStore>(
-      u"reply-pending dialogs",
+  return OpenOn<IRevertDialogStore>(
+      host, u"reply-pending dialogs",
       [](IWEZStore* m, IRevertDialogStore** s) { return m->GetRevertDialogStore(s); },
-      u"IRevertDialogStore",
+      u"IRevertDialogStore", path,
       [&](IRevertDialogStore* s) {
         BSTR text = SysAllocString(path.c_str());
         HRESULT hr = s->Initialize(text, root);
         SysFreeString(text);
         return hr;
       });
-  if (store == nullptr) throw Failure{"the component has no class IRevertDialogStore"};
-  return ComRef<IRevertDialogStore>(store);
 }
 
 ComRef<ILocalOffMsgStore> OpenOffMsgs(Host& host) {

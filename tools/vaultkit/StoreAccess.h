@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tools/vaultkit/ComRef.h"
+#include "tools/vaultkit/Command.h"
 #include "vaultkit/vaultkit.h"
 
 namespace vk::cli {
@@ -24,6 +25,9 @@ ComRef<IMobileProfileStore> OpenMobileProfile(Host& host);
 ComRef<IRevertDialogStore> OpenRevertDialogs(Host& host);
 // The offline message store as the client opens it: Init with a site, then OpenAccount.
 ComRef<ILocalOffMsgStore> OpenOffMsgs(Host& host);
+// Without --account, the profile store of the default folder "0".
+ComRef<IWEZProfileStore> OpenProfiles(Host& host);
+ComRef<IWEZProfileProStore> OpenBuddyProfiles(Host& host);
 
 // Reads a status as the operation's contract gives it: a status in `success` is success
 // (kExitOk); any other prints "vaultkit: <what> failed: <why>" on stderr and returns
@@ -36,6 +40,23 @@ std::string StatusName(HRESULT hr);
 // status by name.
 std::string FailureReason(HRESULT hr);
 std::string Utf8(BSTR text);  // frees the string
+
+// Runs a lookup with a clean error object. E_FAIL that leaves no description behind is the
+// store's "found nothing" (NotFound with `absent`); another failure throws Failure saying why.
+template <typename Call>
+void Lookup(const char* what, const std::string& absent, Call call) {
+  SetErrorInfo(0, nullptr);
+  HRESULT hr = call();
+  if (hr == S_OK) return;
+  IErrorInfo* info = nullptr;
+  bool described = GetErrorInfo(0, &info) == S_OK && info != nullptr;
+  if (info != nullptr) {
+    SetErrorInfo(0, info);  // FailureReason reads it
+    info->Release();
+  }
+  if (hr == E_FAIL && !described) throw NotFound{absent};
+  throw Failure{std::string(what) + " failed: " + FailureReason(hr)};
+}
 
 // `version get` and `version set N` of a versioned XML store.
 template <typename I>
