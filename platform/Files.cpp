@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <pwd.h>
+#include <stdio.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -148,6 +149,26 @@ bool WriteFileAtomically(std::u16string_view path, std::string_view bytes) {
   if (ok) ok = ::rename(temp.c_str(), target.c_str()) == 0;
   if (!ok) {
     ::unlink(temp.c_str());
+    return false;
+  }
+  SyncFolderOf(target);
+  return true;
+}
+
+bool MoveFileNoReplace(std::u16string_view from, std::u16string_view to) {
+  const std::string source = PathToNative(from);
+  const std::string target = PathToNative(to);
+  if (source.empty() || target.empty()) return false;
+  if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) {
+    SyncFolderOf(target);
+    return true;
+  }
+  // Some file systems do not offer the no-replace rename: a hard link fails the same way when
+  // the new name exists. Folders cannot be linked and stay where they are.
+  if (errno != EINVAL && errno != ENOSYS) return false;
+  if (::link(source.c_str(), target.c_str()) != 0) return false;
+  if (::unlink(source.c_str()) != 0) {
+    ::unlink(target.c_str());
     return false;
   }
   SyncFolderOf(target);

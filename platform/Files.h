@@ -24,6 +24,9 @@ void SetFileAttributesNormal(std::u16string_view path);
 std::optional<std::string> ReadWholeFile(std::u16string_view path);
 // Writes a temporary file in the same folder, flushes it and renames it over the target.
 bool WriteFileAtomically(std::u16string_view path, std::string_view bytes);
+// Renames a file or folder unless something already exists under the new name, which is
+// then left as it was (the platform's MoveFile; a plain POSIX rename would replace it).
+bool MoveFileNoReplace(std::u16string_view from, std::u16string_view to);
 
 }  // namespace vk
 

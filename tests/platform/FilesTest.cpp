@@ -108,4 +108,26 @@ TEST(FilesTest, AtomicWriteReplacesWholeAndLeavesNoTemporaryFiles) {
   }
 }
 
+TEST(FilesTest, MoveWithoutReplaceNeverOverwritesTheNewName) {
+  vk::test::TempDataRoot root;
+  root.WriteBytes("a.xml", "old");
+  ASSERT_TRUE(vk::MoveFileNoReplace(root.File(u"a.xml"), root.File(u"a.xml.bak")));
+  EXPECT_EQ(root.ReadBytes("a.xml"), std::nullopt);
+  EXPECT_EQ(root.ReadBytes("a.xml.bak"), "old");
+
+  // An existing new name wins: both files stay as they were.
+  root.WriteBytes("a.xml", "new");
+  EXPECT_FALSE(vk::MoveFileNoReplace(root.File(u"a.xml"), root.File(u"a.xml.bak")));
+  EXPECT_EQ(root.ReadBytes("a.xml"), "new");
+  EXPECT_EQ(root.ReadBytes("a.xml.bak"), "old");
+
+  // A folder moves like a file; a missing source or target folder fails.
+  ASSERT_TRUE(vk::CreateFolder(root.File(u"d")));
+  EXPECT_TRUE(vk::MoveFileNoReplace(root.File(u"d"), root.File(u"d.bak")));
+  EXPECT_TRUE(IsFileExist(root.File(u"d.bak")));
+  EXPECT_FALSE(vk::MoveFileNoReplace(root.File(u"none"), root.File(u"none.bak")));
+  EXPECT_FALSE(vk::MoveFileNoReplace(root.File(u"a.xml"), root.File(u"no/a.xml")));
+  EXPECT_EQ(root.ReadBytes("a.xml"), "new");
+}
+
 }  // namespace
