@@ -1,5 +1,6 @@
 #include "module/ClassTable.h"
 
+#include "groups/WEZGroupStore.h"
 #include "module/Exports.h"
 #include "module/StoreModule.h"
 #include "org/DeptLeader.h"
@@ -23,6 +24,7 @@ const ClassEntry kClasses[] = {
     {&CLSID_StoreModule, "Vaultkit.StoreModule", "CStoreModule", &CreateObject<CStoreModule>},
     {&CLSID_UserGrid, "IUserGrid", "CUserGrid", &CreateObject<CUserGrid>},
     {&CLSID_UserList, "IUserList", "CUserList", &CreateObject<CUserList>},
+    {&CLSID_WEZGroupStore, "IWEZGroupStore", "CWEZGroupStore", &CreateObject<CWEZGroupStore>},
 };
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "module/StoreModule.h"
 
-#include <atomic>
-
+#include "groups/ModuleInstance.h"
 #include "module/ClassTable.h"
 #include "platform/Assert.h"
 #include "platform/Files.h"
@@ -11,8 +10,6 @@
 
 namespace vk {
 namespace {
-
-std::atomic<CStoreModule*> g_instance{nullptr};
 
 constexpr char16_t kAccounts[] = u"Accounts";
 constexpr char16_t kLoginLine[] = u"Vaultkit:OnAccountChange";
@@ -70,7 +67,7 @@ std::u16string FromBstr(BSTR text) {
 }  // namespace
 
 CStoreModule::CStoreModule() : sink_(new RootEventSink()) {
-  g_instance = this;
+  ModuleInstance::Record(this, marker_.Watch());
   ++ServerLocks();  // the library stays loaded while a module exists
   flush_timer_.tick.Subscribe(this, &CStoreModule::Flush);
   flush_timer_.Start(true);
@@ -109,7 +106,7 @@ CStoreModule::~CStoreModule() {
 }
 
 CStoreModule* CStoreModule::Instance() {
-  return g_instance;
+  return static_cast<CStoreModule*>(ModuleInstance::Recorded());
 }
 
 IWEZGroupStore*& CStoreModule::GroupStore(LONG kind) {
