@@ -20,10 +20,6 @@ void ModuleInstance::Record(IWEZStore* module, std::weak_ptr<const void> alive) 
   TheRecord() = {module, std::move(alive)};
 }
 
-IWEZStore* ModuleInstance::Recorded() {
-  return TheRecord().module;
-}
-
 IWEZStore* ModuleInstance::Alive() {
   const auto& record = TheRecord();
   return record.alive.expired() ? nullptr : record.module;

@@ -1,5 +1,7 @@
 #include "module/StoreModule.h"
 
+#include <atomic>
+
 #include "groups/ModuleInstance.h"
 #include "module/ClassTable.h"
 #include "platform/Assert.h"
@@ -10,6 +12,8 @@
 
 namespace vk {
 namespace {
+
+std::atomic<CStoreModule*> g_instance{nullptr};
 
 constexpr char16_t kAccounts[] = u"Accounts";
 constexpr char16_t kLoginLine[] = u"Vaultkit:OnAccountChange";
@@ -67,6 +71,8 @@ std::u16string FromBstr(BSTR text) {
 }  // namespace
 
 CStoreModule::CStoreModule() : sink_(new RootEventSink()) {
+  g_instance = this;
+  // The company group store reaches the user list through this record.
   ModuleInstance::Record(this, marker_.Watch());
   ++ServerLocks();  // the library stays loaded while a module exists
   flush_timer_.tick.Subscribe(this, &CStoreModule::Flush);
@@ -106,7 +112,7 @@ CStoreModule::~CStoreModule() {
 }
 
 CStoreModule* CStoreModule::Instance() {
-  return static_cast<CStoreModule*>(ModuleInstance::Recorded());
+  return g_instance;
 }
 
 IWEZGroupStore*& CStoreModule::GroupStore(LONG kind) {
