@@ -5,6 +5,7 @@
 #include "groups/GroupSchema.h"
 #include "platform/Assert.h"
 #include "platform/Log.h"
+#include "platform/Text.h"
 #include "storage/DomDocument.h"
 #include "storage/SqlCall.h"
 #include "storage/SqlStore.h"
@@ -14,6 +15,8 @@ namespace vk {
 bool CompanyGroupImport::Run(const std::u16string& database, const std::u16string& xml_path) {
   sqlite3* db = nullptr;
   if (sqlite3_open16(database.c_str(), &db) != SQLITE_OK) {
+    SetErrorDescription(database + u": " +
+                        FromUtf8(db != nullptr ? sqlite3_errmsg(db) : "cannot be opened"));
     if (db != nullptr) sqlite3_close(db);
     return false;
   }

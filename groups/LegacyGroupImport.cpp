@@ -38,7 +38,8 @@ void LegacyGroupImport::Run(IWEZGroupStore& store, const std::u16string& databas
     // Whatever stopped the import, the file is renamed below.
     OutputDebugStringA(GuardTraceLine(__FILE__, __LINE__).c_str());
   }
-  MoveFileNoReplace(file, file + u".bak");
+  // An existing ".bak" makes the rename fail, silently: the file is imported again next time.
+  if (!RenameFile(file, file + u".bak", false)) SetErrorInfo(0, nullptr);
 }
 
 void LegacyGroupImport::Import(const std::u16string& file) {

@@ -8,19 +8,28 @@
 #include "org/UserListSchema.h"
 #include "platform/Files.h"
 #include "platform/Py.h"
+#include "runtime/ComObject.h"
 
 namespace vk {
 
 void SearchListReader::Start(std::shared_ptr<UserListShared> shared, std::u16string path) {
   shared->ReaderStarted();
+  // A running reader executes this library's code: it holds a server lock, so that the
+  // library answers that it may not be unloaded until the reader is done.
+  ++ServerLocks();
   try {
-    std::thread([shared, path = std::move(path)] {
+    std::thread([shared, path = std::move(path)]() mutable {
       Run(*shared, path);
       shared->ReaderEnded();
+      // Everything the thread owns goes before the lock does.
+      shared.reset();
+      std::u16string().swap(path);
+      --ServerLocks();
     }).detach();
   } catch (const std::system_error&) {
     // No thread could be started: the lists stay as they are until the next reader.
     shared->ReaderEnded();
+    --ServerLocks();
   }
 }
 

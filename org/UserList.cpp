@@ -5,7 +5,6 @@
 #include <string>
 
 #include "org/DecimalText.h"
-#include "org/FileReplace.h"
 #include "org/SearchListReader.h"
 #include "org/UserListImport.h"
 #include "org/UserListSchema.h"
@@ -18,7 +17,11 @@
 using vk::SqlCall;
 
 // An argument the contract requires is missing: report it and refuse.
+// A null out-pointer is a fault of the caller's code: it gets the assertion report. An
+// unusable in-argument (empty path, null nickname, uin 0) is refused quietly, as the user
+// list reports its own troubles on the debug channel, never in the client log.
 #define VK_INVALID_ARG() (VK_REPORT_ASSERT(), E_INVALIDARG)
+#define VK_INVALID_IN() E_INVALIDARG
 
 namespace {
 
@@ -79,7 +82,7 @@ void CUserList::StartReader() {
 }
 
 HRESULT CUserList::Initialize(LPCOLESTR path, IUnknown* client) {
-  if (path == nullptr || *path == 0 || client == nullptr) return VK_INVALID_ARG();
+  if (path == nullptr || *path == 0 || client == nullptr) return VK_INVALID_IN();
   IClientRoot* root = nullptr;
   if (FAILED(client->QueryInterface(IID_IClientRoot, reinterpret_cast<void**>(&root)))) {
     root = nullptr;
@@ -104,7 +107,7 @@ HRESULT CUserList::AddUser(ULONG dept_id, const UserListEntry* entry) {
 }
 
 HRESULT CUserList::AddUserEx(ULONG dept_id, const UserListEntry* entry, ULONG gender) {
-  if (entry == nullptr) return VK_INVALID_ARG();
+  if (entry == nullptr) return VK_INVALID_IN();
   if (!db_.IsOpen()) return E_FAIL;
   const std::u16string nick = vk::WideToLower(NickOf(*entry));
   const ULONG uin = entry->uin;
@@ -126,7 +129,7 @@ HRESULT CUserList::AddUserEx(ULONG dept_id, const UserListEntry* entry, ULONG ge
 
 HRESULT CUserList::DeleteUser(ULONG dept_id, LPCOLESTR nick) {
   if (!db_.IsOpen()) return E_FAIL;
-  if (nick == nullptr) return VK_INVALID_ARG();
+  if (nick == nullptr) return VK_INVALID_IN();
   const std::u16string lowered = vk::WideToLower(nick);
   return Locked(__LINE__, true, [&](HRESULT& result) {
     SqlCall remove(Statement(vk::kDeleteMember));
@@ -259,7 +262,8 @@ HRESULT CUserList::Save() {
 
 HRESULT CUserList::GetUinByNick(LPCOLESTR nick, ULONG* uin) {
   if (!db_.IsOpen()) return E_FAIL;
-  if (nick == nullptr || uin == nullptr) return VK_INVALID_ARG();
+  if (uin == nullptr) return VK_INVALID_ARG();
+  if (nick == nullptr) return VK_INVALID_IN();
   const std::u16string lowered = vk::WideToLower(nick);
   return Locked(__LINE__, true, [&](HRESULT& result) {
     SqlCall query(Statement(vk::kSelectByNick));
@@ -273,7 +277,8 @@ HRESULT CUserList::GetUinByNick(LPCOLESTR nick, ULONG* uin) {
 
 HRESULT CUserList::GetNickByUin(ULONG uin, BSTR* nick) {
   // No connection test: a closed store fails at the bind.
-  if (uin == 0 || nick == nullptr) return VK_INVALID_ARG();
+  if (nick == nullptr) return VK_INVALID_ARG();
+  if (uin == 0) return VK_INVALID_IN();
   return Locked(__LINE__, true, [&](HRESULT& result) {
     SqlCall query(Statement(vk::kSelectByUin));
     query.BindU32(1, uin);
@@ -354,7 +359,7 @@ HRESULT CUserList::SetProVer(LONG value) {
 
 HRESULT CUserList::UpdateNick(ULONG uin, LPCOLESTR nick) {
   if (!db_.IsOpen()) return E_FAIL;
-  if (nick == nullptr || uin == 0) return VK_INVALID_ARG();
+  if (nick == nullptr || uin == 0) return VK_INVALID_IN();
   return Locked(__LINE__, true, [&](HRESULT& result) {
     // The nickname is written as given, not lower-cased.
     SqlCall update(Statement(vk::kUpdateNick));
@@ -365,7 +370,8 @@ HRESULT CUserList::UpdateNick(ULONG uin, LPCOLESTR nick) {
 
 HRESULT CUserList::GetDeptIdsByNick(LPCOLESTR nick, ULONG* ids, LONG* count) {
   if (!db_.IsOpen()) return E_FAIL;
-  if (nick == nullptr || ids == nullptr || count == nullptr) return VK_INVALID_ARG();
+  if (ids == nullptr || count == nullptr) return VK_INVALID_ARG();
+  if (nick == nullptr) return VK_INVALID_IN();
   *count = 0;
   const std::u16string lowered = vk::WideToLower(nick);
   return Locked(__LINE__, true, [&](HRESULT& result) {
@@ -382,7 +388,8 @@ HRESULT CUserList::GetDeptIdsByNick(LPCOLESTR nick, ULONG* ids, LONG* count) {
 
 HRESULT CUserList::IsNickExist(LPCOLESTR nick, BOOL* exists) {
   if (!db_.IsOpen()) return E_FAIL;
-  if (nick == nullptr || exists == nullptr) return VK_INVALID_ARG();
+  if (exists == nullptr) return VK_INVALID_ARG();
+  if (nick == nullptr) return VK_INVALID_IN();
   const std::u16string lowered = vk::WideToLower(nick);
   return Locked(__LINE__, true, [&](HRESULT& result) {
     SqlCall query(Statement(vk::kSelectByNick));
@@ -409,7 +416,8 @@ HRESULT CUserList::GetVersionInfo(BSTR* dir_version, BSTR* root_dept_version) {
 
 HRESULT CUserList::GetChangedDeptCount(LPCOLESTR since, LONG* count) {
   if (!db_.IsOpen()) return E_FAIL;
-  if (since == nullptr || count == nullptr) return VK_INVALID_ARG();
+  if (count == nullptr) return VK_INVALID_ARG();
+  if (since == nullptr) return VK_INVALID_IN();
   const int64_t version = vk::ParseDecimal64(since);
   return Locked(__LINE__, false, [&](HRESULT& result) {
     SqlCall query(Statement(vk::kCountChangedDepts));
@@ -423,7 +431,8 @@ HRESULT CUserList::GetChangedDeptCount(LPCOLESTR since, LONG* count) {
 
 HRESULT CUserList::GetChangedDeptIds(LPCOLESTR since, ULONG* ids, LONG* count) {
   if (!db_.IsOpen()) return E_FAIL;
-  if (since == nullptr || count == nullptr) return VK_INVALID_ARG();
+  if (count == nullptr) return VK_INVALID_ARG();
+  if (since == nullptr) return VK_INVALID_IN();
   const int64_t version = vk::ParseDecimal64(since);
   return Locked(__LINE__, false, [&](HRESULT& result) {
     SqlCall query(Statement(vk::kSelectChangedDeptIds));
@@ -465,7 +474,7 @@ HRESULT CUserList::GetNameByNick(LPCOLESTR nick, BSTR* name) {
 // ---- Import and swap ------------------------------------------------------------------
 
 HRESULT CUserList::LoadDataFromXml(LPCOLESTR path) {
-  if (path == nullptr) return VK_INVALID_ARG();
+  if (path == nullptr) return VK_INVALID_IN();
   if (path_.empty()) return E_FAIL;  // not initialised: there is no live path to rebuild
   if (!IsFileExist(path)) return E_FAIL;
   try {
@@ -507,8 +516,7 @@ void CUserList::RunPendingSwap() {
   // The rebuilt file replaces the live one in a single rename: a failure leaves the old
   // directory in place, never a partly copied file. A rollback journal of the old file
   // would be played into the new one on open, so it goes first.
-  const std::string journal = vk::PathToNative(path_) + "-journal";
-  ::remove(journal.c_str());
+  vk::RemoveFile(path_ + u"-journal");
   vk::ReplaceFileWithCopy(rebuild, path_);
   db_.OpenDb();
   StartReader();

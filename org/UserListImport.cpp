@@ -3,9 +3,9 @@
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 #include <libxml/xmlreader.h>
-#include <stdio.h>
 
 #include <cstring>
+#include <fstream>
 #include <memory>
 #include <optional>
 
@@ -51,9 +51,9 @@ bool NextElement(xmlTextReader* reader, bool& failed) {
   return false;
 }
 
-void RemoveDatabaseFile(const std::string& native_path) {
-  ::remove(native_path.c_str());
-  ::remove((native_path + "-journal").c_str());
+void RemoveDatabaseFile(const std::u16string& path) {
+  RemoveFile(path);
+  RemoveFile(path + u"-journal");
 }
 
 bool NameIs(const xmlNode* node, const char* name) {
@@ -63,12 +63,10 @@ bool NameIs(const xmlNode* node, const char* name) {
 // The encoding to force for a file whose declaration names GB2312: the client's platform
 // reads that name as code page 936, a superset that libxml2's iconv GB2312 rejects.
 const char* ForcedEncoding(const std::string& native_path) {
-  FILE* file = fopen(native_path.c_str(), "rb");
-  if (file == nullptr) return nullptr;
+  std::ifstream file(native_path, std::ios::binary);
   char head[256] = {};
-  const size_t got = fread(head, 1, sizeof head - 1, file);
-  fclose(file);
-  std::string declaration(head, got);
+  file.read(head, sizeof head - 1);
+  std::string declaration(head, static_cast<size_t>(file.gcount()));
   const size_t end = declaration.find("?>");
   if (declaration.rfind("<?xml", 0) != 0 || end == std::string::npos) return nullptr;
   declaration.resize(end);
@@ -134,12 +132,10 @@ bool UserListImport::Stream(const std::u16string& xml_path, const std::u16string
   xmlNode* root = xmlTextReaderCurrentNode(reader.get());
   if (root == nullptr || root->ns != nullptr || !NameIs(root, "UserList")) return false;
 
-  const std::string native_rebuild = PathToNative(rebuild_path);
-  const std::u16string scratch_path = rebuild_path + u".new";
-  const std::string scratch = PathToNative(scratch_path);
+  const std::u16string scratch = rebuild_path + u".new";
   RemoveDatabaseFile(scratch);  // left by an import that was cut short
   sqlite3* db = nullptr;
-  if (sqlite3_open16(scratch_path.c_str(), &db) != SQLITE_OK) {
+  if (sqlite3_open16(scratch.c_str(), &db) != SQLITE_OK) {
     if (db != nullptr) sqlite3_close(db);
     return false;
   }
@@ -153,9 +149,9 @@ bool UserListImport::Stream(const std::u16string& xml_path, const std::u16string
   // The complete rebuild replaces a rebuild file left by an earlier import, which is never
   // reused: if that cannot be removed the import fails rather than mix old rows into the new
   // directory. An incomplete rebuild is never put online.
-  written = written && (!IsFileExist(rebuild_path) || ::remove(native_rebuild.c_str()) == 0);
-  ::remove((native_rebuild + "-journal").c_str());
-  written = written && ::rename(scratch.c_str(), native_rebuild.c_str()) == 0;
+  written = written && RemoveFile(rebuild_path);
+  RemoveFile(rebuild_path + u"-journal");
+  written = written && RenameFile(scratch, rebuild_path, true);
   if (!written) RemoveDatabaseFile(scratch);
   return written;
 }

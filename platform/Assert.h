@@ -1,6 +1,9 @@
 // Assertion reports and the operation guards shared by the module and every store.
 #pragma once
 
+#include <string>
+#include <string_view>
+
 #include "platform/ComError.h"
 #include "vaultkit/vkcom.h"
 
@@ -17,6 +20,13 @@ HRESULT Guarded(const char* file, unsigned line, bool reporting, Body&& body);
 
 // The trace line a guard writes for the exception in flight (std::current_exception).
 std::string GuardTraceLine(const char* file, unsigned line);
+// What a guard does with the exception in flight: the trace line, the thread's error object
+// (its description says what went wrong), the assertion report when `reporting`; E_FAIL.
+HRESULT GuardFailed(const char* file, unsigned line, bool reporting);
+
+// Leaves a description of a failure in the calling thread's error object, where the client
+// reads it (GetErrorInfo) after the failed call. Statuses are unchanged by it.
+void SetErrorDescription(std::u16string_view description);
 
 }  // namespace vk
 

@@ -3,15 +3,20 @@
 
 #include <fcntl.h>
 #include <pwd.h>
-#include <stdio.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <random>
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+#include <vector>
 
+#include "platform/Assert.h"
+#include "platform/FileSystem.h"
+#include "platform/Log.h"
 #include "platform/Text.h"
 
 namespace vk {
@@ -22,39 +27,10 @@ std::string Env(const char* name) {
   return value != nullptr ? std::string(value) : std::string();
 }
 
-bool WriteAll(int fd, std::string_view bytes) {
-  while (!bytes.empty()) {
-    ssize_t written = ::write(fd, bytes.data(), bytes.size());
-    if (written < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    bytes.remove_prefix(static_cast<size_t>(written));
-  }
-  return true;
-}
-
-// A fresh name beside the target; the leading dot keeps it out of folder listings.
-std::string TempNameFor(const std::string& target) {
-  static std::atomic<unsigned> counter{0};
-  thread_local std::mt19937 random{std::random_device{}()};
-  size_t slash = target.rfind('/');
-  std::string folder = slash == std::string::npos ? std::string() : target.substr(0, slash + 1);
-  std::string name = slash == std::string::npos ? target : target.substr(slash + 1);
-  return folder + "." + name + ".tmp" + std::to_string(::getpid()) + "_" +
-         std::to_string(counter.fetch_add(1)) + "_" + std::to_string(random() % 1000000);
-}
-
-void SyncFolderOf(const std::string& target) {
-  size_t slash = target.rfind('/');
-  std::string folder = slash == std::string::npos ? std::string(".")
-                       : slash == 0               ? std::string("/")
-                                                  : target.substr(0, slash);
-  int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (fd >= 0) {
-    ::fsync(fd);
-    ::close(fd);
-  }
+// Leaves "<path>: <reason>" in the thread's error object for the client to read.
+void RecordFileError(std::u16string_view path) {
+  std::string reason = std::strerror(errno);
+  SetErrorDescription(std::u16string(path) + u": " + FromUtf8(reason));
 }
 
 }  // namespace
@@ -128,51 +104,62 @@ std::optional<std::string> ReadWholeFile(std::u16string_view path) {
 }
 
 bool WriteFileAtomically(std::u16string_view path, std::string_view bytes) {
-  std::string target = PathToNative(path);
-  if (target.empty() || target.back() == '/') return false;
-  struct stat existing {};
-  bool had_target = ::stat(target.c_str(), &existing) == 0;
-  if (had_target && !S_ISREG(existing.st_mode)) return false;
-
-  std::string temp;
-  int fd = -1;
-  for (int attempt = 0; attempt < 16 && fd < 0; ++attempt) {
-    temp = TempNameFor(target);
-    fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (fd < 0 && errno != EEXIST) return false;
-  }
-  if (fd < 0) return false;
-  // The replacement keeps the permissions of the file it replaces.
-  bool ok = (!had_target || ::fchmod(fd, existing.st_mode & 07777) == 0) && WriteAll(fd, bytes) &&
-            ::fsync(fd) == 0;
-  ok = ::close(fd) == 0 && ok;
-  if (ok) ok = ::rename(temp.c_str(), target.c_str()) == 0;
-  if (!ok) {
-    ::unlink(temp.c_str());
-    return false;
-  }
-  SyncFolderOf(target);
-  return true;
+  if (FileSystem::ReplaceContents(PathToNative(path), bytes)) return true;
+  RecordFileError(path);
+  return false;
 }
 
-bool MoveFileNoReplace(std::u16string_view from, std::u16string_view to) {
-  const std::string source = PathToNative(from);
-  const std::string target = PathToNative(to);
-  if (source.empty() || target.empty()) return false;
-  if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) {
-    SyncFolderOf(target);
-    return true;
+bool ReplaceFileWithCopy(std::u16string_view source, std::u16string_view target) {
+  if (FileSystem::ReplaceWithCopy(PathToNative(source), PathToNative(target), 0644)) return true;
+  RecordFileError(target);
+  return false;
+}
+
+bool RenameFile(std::u16string_view from, std::u16string_view to, bool replace) {
+  if (FileSystem::Rename(PathToNative(from), PathToNative(to), replace)) return true;
+  RecordFileError(from);
+  return false;
+}
+
+bool RemoveFile(std::u16string_view path) {
+  if (FileSystem::Remove(PathToNative(path))) return true;
+  RecordFileError(path);
+  return false;
+}
+
+void KeepDamagedCopy(std::u16string_view path) {
+  std::string native = PathToNative(path);
+  struct stat info {};
+  if (::stat(native.c_str(), &info) != 0 || !S_ISREG(info.st_mode) || info.st_size == 0) return;
+  std::time_t now = std::time(nullptr);
+  std::tm local{};
+  ::localtime_r(&now, &local);
+  char stamp[16];
+  std::strftime(stamp, sizeof stamp, "%Y%m%d%H%M%S", &local);
+  const std::string prefix = native + ".damaged-";
+  const std::string copy = prefix + stamp;
+  // A second damaged load within the same second keeps the first copy.
+  if (::access(copy.c_str(), F_OK) != 0 && !FileSystem::ReplaceWithCopy(native, copy)) {
+    OutputDebugStringA(("Vaultkit: cannot keep a copy of the damaged file " + native + ": " +
+                        std::strerror(errno) + "\n")
+                           .c_str());
+    return;
   }
-  // Some file systems do not offer the no-replace rename: a hard link fails the same way when
-  // the new name exists. Folders cannot be linked and stay where they are.
-  if (errno != EINVAL && errno != ENOSYS) return false;
-  if (::link(source.c_str(), target.c_str()) != 0) return false;
-  if (::unlink(source.c_str()) != 0) {
-    ::unlink(target.c_str());
-    return false;
+  OutputDebugStringA(("Vaultkit: kept the damaged file " + native + " as " + copy + "\n").c_str());
+
+  // The stamps sort as text: everything before the newest three goes.
+  std::filesystem::path folder = std::filesystem::path(native).parent_path();
+  std::string name_prefix = std::filesystem::path(prefix).filename().string();
+  std::vector<std::string> copies;
+  std::error_code error;
+  for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
+    std::string name = entry.path().filename().string();
+    if (name.size() == name_prefix.size() + 14 && name.starts_with(name_prefix)) {
+      copies.push_back(entry.path().string());
+    }
   }
-  SyncFolderOf(target);
-  return true;
+  std::sort(copies.begin(), copies.end());
+  for (size_t i = 0; i + 3 < copies.size(); ++i) FileSystem::Remove(copies[i]);
 }
 
 }  // namespace vk

@@ -22,11 +22,22 @@ bool CreateFolders(std::u16string_view path);
 // Makes the file writable by its owner (the platform's "attributes normal").
 void SetFileAttributesNormal(std::u16string_view path);
 std::optional<std::string> ReadWholeFile(std::u16string_view path);
+// Every function below that changes a file goes through FileSystem (atomic, fault
+// injectable) and, when it fails, leaves "<path>: <reason>" in the thread's error object.
+
 // Writes a temporary file in the same folder, flushes it and renames it over the target.
 bool WriteFileAtomically(std::u16string_view path, std::string_view bytes);
-// Renames a file or folder unless something already exists under the new name, which is
-// then left as it was (the platform's MoveFile; a plain POSIX rename would replace it).
-bool MoveFileNoReplace(std::u16string_view from, std::u16string_view to);
+// Puts a copy of `source` in place of `target` the same way; false when the source cannot be
+// read or the copy cannot be completed, the target then being left as it was.
+bool ReplaceFileWithCopy(std::u16string_view source, std::u16string_view target);
+// Renames a file; without `replace` an existing `to` is never overwritten.
+bool RenameFile(std::u16string_view from, std::u16string_view to, bool replace);
+// Deletes a file; one that is not there counts as deleted.
+bool RemoveFile(std::u16string_view path);
+// Before a store replaces an unreadable file by its empty template, keeps a copy of the old
+// bytes as "<file>.damaged-<YYYYMMDDHHMMSS>" in the same folder (the last three per file) and
+// says so on the debug channel. Missing or empty files are not kept.
+void KeepDamagedCopy(std::u16string_view path);
 
 }  // namespace vk
 

@@ -12,6 +12,8 @@
 #include <fstream>
 #include <mutex>
 
+#include "platform/FileSystem.h"
+
 namespace vk {
 namespace {
 
@@ -98,17 +100,6 @@ std::string HomeFolder() {
 
 HRESULT ErrnoStatus() {
   return errno == EACCES || errno == EPERM || errno == EROFS ? E_ACCESSDENIED : E_FAIL;
-}
-
-bool WriteAll(int fd, const std::string& text) {
-  size_t done = 0;
-  while (done < text.size()) {
-    ssize_t n = write(fd, text.data() + done, text.size() - done);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    done += static_cast<size_t>(n);
-  }
-  return true;
 }
 
 // Holds an exclusive lock on a folder while alive.
@@ -221,17 +212,7 @@ HRESULT RegistryFile::Register(const CLSID& clsid, std::string_view prog_id,
 }
 
 HRESULT RegistryFile::Write(const std::string& contents) const {
-  std::string temp = path_ + ".XXXXXX";
-  int fd = mkstemp(temp.data());
-  if (fd < 0) return ErrnoStatus();
-  struct stat existing {};
-  mode_t mode = stat(path_.c_str(), &existing) == 0 ? existing.st_mode & 07777 : 0644;
-  bool written = fchmod(fd, mode) == 0 && WriteAll(fd, contents) && fsync(fd) == 0;
-  HRESULT status = written ? S_OK : ErrnoStatus();
-  if (close(fd) != 0 && written) status = ErrnoStatus();
-  if (SUCCEEDED(status) && rename(temp.c_str(), path_.c_str()) != 0) status = ErrnoStatus();
-  if (FAILED(status)) unlink(temp.c_str());
-  return status;
+  return FileSystem::ReplaceContents(path_, contents, 0644) ? S_OK : ErrnoStatus();
 }
 
 }  // namespace vk

@@ -41,7 +41,9 @@ HRESULT XmlStoreBase::InitializeStore(const OLECHAR* path, IUnknown* client) {
     }
     path_ = path;
     if (!document_->Load(path_)) {
-      // A missing, unreadable or damaged file is replaced by the empty file of its kind.
+      // A missing, unreadable or damaged file is replaced by the empty file of its kind;
+      // the bytes of a damaged one are kept aside first, so that nothing is lost for good.
+      KeepDamagedCopy(path_);
       if (!document_->LoadXml(settings_.file_template)) {
         VK_REPORT_ASSERT();
         return E_FAIL;
@@ -49,6 +51,14 @@ HRESULT XmlStoreBase::InitializeStore(const OLECHAR* path, IUnknown* client) {
       if (!SaveFile()) {
         VK_REPORT_ASSERT();
         return E_FAIL;
+      }
+    }
+    // Without a record, the creation time would be read from the file itself, and every
+    // save replaces the file: the expiry period would restart at each save. The time the
+    // file system reports now is kept at once.
+    if (settings_.keep_creation_time && !HasCreationRecord(path_)) {
+      if (std::optional<int64_t> born = GetFileCreationTime(path_)) {
+        SetFileCreationTime(path_, *born);
       }
     }
     initialized_ = true;

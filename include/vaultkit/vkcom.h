@@ -318,6 +318,44 @@ VK_BEGIN VK_IUNKNOWN_METHODS(IConnectionPointContainer)
 VK_METHOD(FindConnectionPoint)(VK_THIS_ REFIID riid, IConnectionPoint** point) VK_PURE;
 VK_END
 
+/* ---- Error information ------------------------------------------------------------- */
+/* A per-thread error object: a component that fails a call may leave a description here,
+ * which the client reads with GetErrorInfo right after the failed call. */
+VK_DEFINE_GUID(IID_IErrorInfo, 0x1CF2B120, 0x547D, 0x101B, 0x8E, 0x65, 0x08, 0x00, 0x2B, 0x2B, 0xD1,
+               0x19);
+VK_DEFINE_GUID(IID_ICreateErrorInfo, 0x22F03340, 0x547D, 0x101B, 0x8E, 0x65, 0x08, 0x00, 0x2B, 0x2B,
+               0xD1, 0x19);
+
+/* Each getter hands out a new string (or the GUID) that the caller frees with SysFreeString;
+ * an unset string is handed out as null. */
+VK_INTERFACE_(IErrorInfo, IUnknown)
+VK_BEGIN VK_IUNKNOWN_METHODS(IErrorInfo) VK_METHOD(GetGUID)(VK_THIS_ GUID* guid) VK_PURE;
+VK_METHOD(GetSource)(VK_THIS_ BSTR* source) VK_PURE;
+VK_METHOD(GetDescription)(VK_THIS_ BSTR* description) VK_PURE;
+VK_METHOD(GetHelpFile)(VK_THIS_ BSTR* help_file) VK_PURE;
+VK_METHOD(GetHelpContext)(VK_THIS_ DWORD* help_context) VK_PURE;
+VK_END
+
+/* Each setter copies its argument; null clears the string. */
+VK_INTERFACE_(ICreateErrorInfo, IUnknown)
+VK_BEGIN VK_IUNKNOWN_METHODS(ICreateErrorInfo) VK_METHOD(SetGUID)(VK_THIS_ REFGUID guid) VK_PURE;
+VK_METHOD(SetSource)(VK_THIS_ LPCOLESTR source) VK_PURE;
+VK_METHOD(SetDescription)(VK_THIS_ LPCOLESTR description) VK_PURE;
+VK_METHOD(SetHelpFile)(VK_THIS_ LPCOLESTR help_file) VK_PURE;
+VK_METHOD(SetHelpContext)(VK_THIS_ DWORD help_context) VK_PURE;
+VK_END
+
+VK_EXTERN_C_BEGIN
+/* A new, empty error object (one reference, answering IErrorInfo and ICreateErrorInfo). */
+VKAPI HRESULT CreateErrorInfo(ICreateErrorInfo** info);
+/* Replaces the calling thread's error object; null clears it. `reserved` must be 0. The
+ * thread keeps its own reference. */
+VKAPI HRESULT SetErrorInfo(ULONG reserved, IErrorInfo* info);
+/* Hands the calling thread's error object to the caller (who releases it) and clears it:
+ * S_OK with the object, S_FALSE with null when there is none. */
+VKAPI HRESULT GetErrorInfo(ULONG reserved, IErrorInfo** info);
+VK_EXTERN_C_END
+
 #ifdef __cplusplus
 namespace vk {
 // Maps an interface type to its identifier; each interface header specialises it.
@@ -343,6 +381,14 @@ struct InterfaceId<IConnectionPoint> {
 template <>
 struct InterfaceId<IConnectionPointContainer> {
   static const IID& Get() { return IID_IConnectionPointContainer; }
+};
+template <>
+struct InterfaceId<IErrorInfo> {
+  static const IID& Get() { return IID_IErrorInfo; }
+};
+template <>
+struct InterfaceId<ICreateErrorInfo> {
+  static const IID& Get() { return IID_ICreateErrorInfo; }
 };
 
 }  // namespace vk

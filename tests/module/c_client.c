@@ -1,7 +1,10 @@
 /* A client in plain C: loads libvaultkit.so with dlopen, creates the module through
  * DllGetClassObject and calls it through its vtable. */
+#define _XOPEN_SOURCE 700
 #include <dlfcn.h>
+#include <ftw.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 
 #include "vaultkit/vaultkit.h"
@@ -26,9 +29,28 @@ static int equals_ascii(BSTR text, const char* expected) {
   return 1;
 }
 
+static int run(const char* component);
+
+static int remove_entry(const char* path, const struct stat* info, int flag, struct FTW* ftw) {
+  (void)info;
+  (void)flag;
+  (void)ftw;
+  return remove(path);
+}
+
 int main(int argc, char** argv) {
   if (argc != 2) return 2;
-  void* library = dlopen(argv[1], RTLD_NOW | RTLD_LOCAL);
+  /* Whatever the component writes (its log) stays in a folder of this test's own. */
+  char data_root[] = "/tmp/vaultkit-c-client-XXXXXX";
+  if (mkdtemp(data_root) == NULL) return 1;
+  setenv("VAULTKIT_DATA_ROOT", data_root, 1);
+  int failed = run(argv[1]);
+  nftw(data_root, remove_entry, 16, FTW_DEPTH | FTW_PHYS);
+  return failed;
+}
+
+static int run(const char* component) {
+  void* library = dlopen(component, RTLD_NOW | RTLD_LOCAL);
   check(library != NULL, "dlopen");
   if (library == NULL) return 1;
   PFN_DllGetClassObject get_class = (PFN_DllGetClassObject)dlsym(library, "DllGetClassObject");

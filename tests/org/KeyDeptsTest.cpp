@@ -134,6 +134,19 @@ TEST_F(KeyDeptsTest, ResetIfExpiredEmptiesTheCacheAfterThirtyDays) {
   EXPECT_EQ(GetFileCreationTime(Path()), kNow);  // the save kept the creation time
 }
 
+TEST_F(KeyDeptsTest, AFileWithoutACreationRecordKeepsItsFirstTimeAcrossSaves) {
+  // An older installation's file: no record beside it.
+  store_.reset();
+  ASSERT_EQ(std::remove(ToUtf8(CreationRecordPath(Path())).c_str()), 0);
+  std::optional<int64_t> born = GetFileCreationTime(Path());
+  ASSERT_TRUE(born.has_value());
+  Reopen();
+  EXPECT_TRUE(HasCreationRecord(Path()));  // written at once, from the file's own time
+  Set(u"a", {1});
+  ASSERT_EQ(store_->Close(), S_OK);  // the save replaces the file by a new one
+  EXPECT_EQ(GetFileCreationTime(Path()), born);
+}
+
 TEST_F(KeyDeptsTest, ResetIfExpiredFailsWhenTheFileIsGone) {
   ASSERT_EQ(std::remove(root_.NativeFile("KeyDepts.xml").c_str()), 0);
   EXPECT_EQ(store_->ResetIfExpired(), E_FAIL);

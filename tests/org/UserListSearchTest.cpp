@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <string>
+#include <thread>
 
 #include "org/SearchLists.h"
 #include "platform/Py.h"
@@ -94,6 +95,19 @@ TEST_F(UserListSearchTest, ReaderBuildsTheListsFromTheDatabase) {
   EXPECT_EQ(list_->SearchUsers(nullptr, &matches, nullptr), S_OK);  // like the empty prefix
   EXPECT_EQ(std::u16string(matches), u"zhao;qian;");
   SysFreeString(matches);
+}
+
+TEST_F(UserListSearchTest, ARunningReaderKeepsTheLibraryLoaded) {
+  EXPECT_EQ(ServerLocks(), 0);
+  // Holding the database lock keeps the next reader waiting at its start.
+  RecursiveLock& db_lock = list_->SharedState()->DbLock();
+  db_lock.Enter();
+  ASSERT_EQ(list_->Initialize(path_.c_str(), client_), S_OK);
+  EXPECT_EQ(ServerLocks(), 1);  // DllCanUnloadNow answers S_FALSE meanwhile
+  db_lock.Leave();
+  list_->WaitForReaders();
+  for (int spin = 0; spin < 1000000 && ServerLocks() != 0; ++spin) std::this_thread::yield();
+  EXPECT_EQ(ServerLocks(), 0);
 }
 
 }  // namespace

@@ -20,6 +20,8 @@ TEST_F(UserListTest, InitializeChecksItsArgumentsAndUninitialisedListFails) {
   UserListEntry entry = Entry(u"x", 1);
   EXPECT_EQ(fresh->AddUser(1, &entry), E_FAIL);
   EXPECT_EQ(fresh->AddUser(1, nullptr), E_INVALIDARG);  // tested before the connection
+  // Unusable in-arguments are refused without an assertion report in the client log.
+  EXPECT_EQ(log_.CountLevel(u"important"), 0u);
   BSTR nick = nullptr;
   EXPECT_EQ(fresh->GetNickByUin(5, &nick), E_FAIL);  // fails at the bind
   LONG gender = 3;
@@ -223,6 +225,9 @@ TEST_F(UserListTest, GetNickByUinAndUpdateNick) {
   Add(2, u"old", 5);
   EXPECT_EQ(list_->UpdateNick(0, u"x"), E_INVALIDARG);
   EXPECT_EQ(list_->UpdateNick(5, nullptr), E_INVALIDARG);
+  EXPECT_EQ(list_->LoadDataFromXml(nullptr), E_INVALIDARG);
+  // Only the null out-pointer of GetNickByUin was worth an assertion report.
+  EXPECT_EQ(log_.CountLevel(u"important"), 1u);
   EXPECT_EQ(list_->UpdateNick(5, u"NewName"), S_OK);
   EXPECT_EQ(Query("SELECT DISTINCT nickname FROM member"), "NewName;");  // as given
   EXPECT_EQ(NickOf(5), u"newname");                                      // handed out lower

@@ -65,6 +65,15 @@ TEST_F(XmlStoreLifecycleTest, UnreadableFilesAreReplacedByTheTemplate) {
     EXPECT_EQ(File("UserGrid.xml"), kHeader + "<UserGrid ProVer=\"0\"/>\n");
   }
   EXPECT_TRUE(log.Records().empty());
+  // The last damaged bytes are kept beside the file (an empty file holds nothing to keep).
+  size_t kept = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(root_.NativePath())) {
+    if (entry.path().filename().string().starts_with("UserGrid.xml.damaged-")) {
+      ++kept;
+      EXPECT_EQ(File(entry.path().filename().c_str()), broken[1]);
+    }
+  }
+  EXPECT_EQ(kept, 1u);  // within one second, the first damaged bytes are the ones kept
 }
 
 TEST_F(XmlStoreLifecycleTest, ReadOnlyFileIsMadeWritableByTheFirstSave) {

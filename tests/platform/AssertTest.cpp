@@ -6,6 +6,7 @@
 
 #include "platform/Assert.h"
 #include "platform/Text.h"
+#include "tests/support/ErrorDescription.h"
 #include "tests/support/LogCapture.h"
 
 namespace {
@@ -91,6 +92,10 @@ TEST(AssertTest, GuardMacrosPassResultsThroughAndCarryTheirLine) {
       std::string(__FILE__) + "(" + std::to_string(line) + ") : exception (const char*): boom\r\n";
   EXPECT_EQ(log.DebugLines(), std::vector<std::string>{expected});
   EXPECT_EQ(log.CountLevel(u"important"), 1u);
+
+  // The thread's error object says what went wrong, for the client to read after the call.
+  EXPECT_EQ(VK_QUIET_GUARD({ throw vk::ComError(E_FAIL, u"XPath: invalid expression"); }), E_FAIL);
+  EXPECT_EQ(vk::test::TakeErrorDescription(), u"XPath: invalid expression");
 }
 
 }  // namespace

@@ -7,7 +7,9 @@
 #include <optional>
 #include <string>
 
+#include "platform/FileSystem.h"
 #include "platform/Files.h"
+#include "tests/support/ErrorDescription.h"
 #include "tests/support/TempDataRoot.h"
 
 namespace {
@@ -108,26 +110,89 @@ TEST(FilesTest, AtomicWriteReplacesWholeAndLeavesNoTemporaryFiles) {
   }
 }
 
-TEST(FilesTest, MoveWithoutReplaceNeverOverwritesTheNewName) {
+// Fails the call of the given kind whose turn comes `countdown` calls of that kind from now.
+struct FailNth {
+  vk::FileSystem::Call call;
+  int countdown;
+  static vk::FileSystem::Fault Hook(vk::FileSystem::Call call, const std::string&, void* self) {
+    auto* fail = static_cast<FailNth*>(self);
+    return call == fail->call && fail->countdown-- == 0 ? vk::FileSystem::Fault::kFail
+                                                        : vk::FileSystem::Fault::kNone;
+  }
+};
+
+TEST(FilesTest, FailedStepsOfASaveKeepTheOldFileAndSayWhy) {
   vk::test::TempDataRoot root;
-  root.WriteBytes("a.xml", "old");
-  ASSERT_TRUE(vk::MoveFileNoReplace(root.File(u"a.xml"), root.File(u"a.xml.bak")));
-  EXPECT_EQ(root.ReadBytes("a.xml"), std::nullopt);
-  EXPECT_EQ(root.ReadBytes("a.xml.bak"), "old");
+  ASSERT_TRUE(vk::WriteFileAtomically(root.File(u"f.xml"), "old"));
+  for (auto call : {vk::FileSystem::Call::kCreate, vk::FileSystem::Call::kWrite,
+                    vk::FileSystem::Call::kSync, vk::FileSystem::Call::kRename}) {
+    FailNth fail{call, 0};
+    vk::FileSystem::SetFaultHook(&FailNth::Hook, &fail);
+    EXPECT_FALSE(vk::WriteFileAtomically(root.File(u"f.xml"), "new"));
+    EXPECT_EQ(vk::test::TakeErrorDescription(), root.File(u"f.xml") + u": Input/output error");
+    fail.countdown = 0;
+    EXPECT_FALSE(vk::ReplaceFileWithCopy(root.File(u"f.xml"), root.File(u"g.xml")));
+    EXPECT_EQ(vk::test::TakeErrorDescription(), root.File(u"g.xml") + u": Input/output error");
+    vk::FileSystem::SetFaultHook(nullptr, nullptr);
+    EXPECT_EQ(root.ReadBytes("f.xml"), "old");
+    EXPECT_EQ(EntriesIn(root.NativePath()), 1u);  // no copy, no temporary file
+  }
+  // A crash stops every later change: the old file stays, whatever the caller does next.
+  struct Crash {
+    static vk::FileSystem::Fault Hook(vk::FileSystem::Call, const std::string&, void*) {
+      return vk::FileSystem::Fault::kCrash;
+    }
+  };
+  vk::FileSystem::SetFaultHook(&Crash::Hook, nullptr);
+  EXPECT_FALSE(vk::WriteFileAtomically(root.File(u"f.xml"), "new"));
+  EXPECT_FALSE(vk::RemoveFile(root.File(u"f.xml")));
+  vk::FileSystem::SetFaultHook(nullptr, nullptr);
+  EXPECT_EQ(root.ReadBytes("f.xml"), "old");
+}
 
-  // An existing new name wins: both files stay as they were.
-  root.WriteBytes("a.xml", "new");
-  EXPECT_FALSE(vk::MoveFileNoReplace(root.File(u"a.xml"), root.File(u"a.xml.bak")));
-  EXPECT_EQ(root.ReadBytes("a.xml"), "new");
-  EXPECT_EQ(root.ReadBytes("a.xml.bak"), "old");
+TEST(FilesTest, RenameWithoutReplaceNeverOverwrites) {
+  vk::test::TempDataRoot root;
+  root.WriteBytes("a", "A");
+  root.WriteBytes("b", "B");
+  EXPECT_FALSE(vk::RenameFile(root.File(u"a"), root.File(u"b"), false));
+  EXPECT_EQ(root.ReadBytes("b"), "B");
+  EXPECT_TRUE(vk::RenameFile(root.File(u"a"), root.File(u"c"), false));
+  EXPECT_EQ(root.ReadBytes("c"), "A");
+  EXPECT_FALSE(root.ReadBytes("a").has_value());
+  EXPECT_TRUE(vk::RenameFile(root.File(u"c"), root.File(u"b"), true));
+  EXPECT_EQ(root.ReadBytes("b"), "A");
+  EXPECT_TRUE(vk::RemoveFile(root.File(u"b")));
+  EXPECT_TRUE(vk::RemoveFile(root.File(u"b")));  // gone already counts as removed
+}
 
-  // A folder moves like a file; a missing source or target folder fails.
-  ASSERT_TRUE(vk::CreateFolder(root.File(u"d")));
-  EXPECT_TRUE(vk::MoveFileNoReplace(root.File(u"d"), root.File(u"d.bak")));
-  EXPECT_TRUE(IsFileExist(root.File(u"d.bak")));
-  EXPECT_FALSE(vk::MoveFileNoReplace(root.File(u"none"), root.File(u"none.bak")));
-  EXPECT_FALSE(vk::MoveFileNoReplace(root.File(u"a.xml"), root.File(u"no/a.xml")));
-  EXPECT_EQ(root.ReadBytes("a.xml"), "new");
+TEST(FilesTest, DamagedFilesAreKeptAsideTheLastThree) {
+  vk::test::TempDataRoot root;
+  vk::KeepDamagedCopy(root.File(u"missing.xml"));
+  root.WriteBytes("empty.xml", "");
+  vk::KeepDamagedCopy(root.File(u"empty.xml"));
+  EXPECT_EQ(EntriesIn(root.NativePath()), 1u);  // nothing kept of nothing
+
+  for (const char* old : {"20200101000000", "20210101000000", "20220101000000", "x"}) {
+    root.WriteBytes(std::string("Grid.xml.damaged-") + old, old);
+  }
+  root.WriteBytes("Grid.xml", "<Grid broken");
+  vk::KeepDamagedCopy(root.File(u"Grid.xml"));
+  EXPECT_EQ(root.ReadBytes("Grid.xml"), "<Grid broken");  // the store decides what comes next
+  EXPECT_FALSE(root.ReadBytes("Grid.xml.damaged-20200101000000").has_value());
+  EXPECT_TRUE(root.ReadBytes("Grid.xml.damaged-20210101000000").has_value());
+  EXPECT_TRUE(root.ReadBytes("Grid.xml.damaged-20220101000000").has_value());
+  EXPECT_TRUE(root.ReadBytes("Grid.xml.damaged-x").has_value());  // not one of ours
+  size_t kept = 0;
+  DIR* dir = ::opendir(root.NativePath().c_str());
+  while (dirent* entry = ::readdir(dir)) {
+    std::string name = entry->d_name;
+    if (name.starts_with("Grid.xml.damaged-2") && name > "Grid.xml.damaged-2023") {
+      EXPECT_EQ(root.ReadBytes(name), "<Grid broken");
+      ++kept;
+    }
+  }
+  ::closedir(dir);
+  EXPECT_EQ(kept, 1u);
 }
 
 }  // namespace

@@ -53,7 +53,64 @@ check "--help works for every command" "$vaultkit" users --help >/dev/null
 check "a missing organisation file exits 2" \
   test "$(exit_code "$vaultkit" "${a[@]}" users import "$work/none.xml")" = 2
 
+# The command's conventions: ranges, statuses, absence, listings, JSON, alignment, errors.
+check "a signed value beyond 32 bits exits 2" test "$(exit_code "$vaultkit" "${a[@]}" grid set lisi 4000000000)" = 2
+check "a negative unsigned id exits 2" test "$(exit_code "$vaultkit" "${a[@]}" keydepts set lisi -1)" = 2
+check "the largest unsigned id is taken" test "$(exit_code "$vaultkit" "${a[@]}" keydepts set lisi 4294967295)" = 0
+check "keydepts get lower-cases like the store" test "$("$vaultkit" "${a[@]}" keydepts get LISI)" = 4294967295
+"$vaultkit" "${a[@]}" grid set 张三 7
+check "grid clear's S_FALSE is success" test "$(exit_code "$vaultkit" "${a[@]}" grid clear)" = 0
+check "clear removed only the first entry" test "$("$vaultkit" "${a[@]}" grid get 张三)" = 7
+check "an unknown nickname is not found (1)" test "$(exit_code "$vaultkit" "${a[@]}" grid get ghost)" = 1
+check "a missing option is not found (1)" test "$(exit_code "$vaultkit" --data-root "$d" options get Missing)" = 1
+check "an unknown leader is not found (1)" test "$(exit_code "$vaultkit" "${a[@]}" leader get 999)" = 1
+check "leader delete's help says the leader stays" grep -q "KEEPS its leader" <<<"$("$vaultkit" leader --help)"
+"$vaultkit" "${a[@]}" grid set zhangsan 42
+"$vaultkit" "${a[@]}" leader set 100 3 10002
+check "lists show every entry" test "$("$vaultkit" "${a[@]}" grid list | wc -l)" = 3
+check "leader list names the department" grep -q "^100 *10002 *3$" <<<"$("$vaultkit" "${a[@]}" leader list)"
+for read in "grid list" "keydepts list" "leader list" "users depts" "users find zhangsan" \
+  "grid get 张三" "options list" "portal show" "status"; do
+  # shellcheck disable=SC2086
+  check "$read --json is one JSON document" python3 -c 'import json,sys; json.load(sys.stdin)' \
+    < <("$vaultkit" "${a[@]}" $read --json 2>/dev/null)
+done
+check "users find takes any letter case" grep -q "张三" <<<"$("$vaultkit" "${a[@]}" users find ZhangSan)"
+check "columns align by display width" python3 -c '
+import sys, unicodedata
+rows = sys.stdin.read().splitlines()
+def col(line):  # display column where the second field starts
+  head = line.split("  ")[0].rstrip()
+  w = sum(2 if unicodedata.east_asian_width(c) in "WF" else 1 for c in head)
+  rest = line[len(head):]
+  return w + len(rest) - len(rest.lstrip(" "))
+sys.exit(len({col(r) for r in rows}) != 1)' <<<"$("$vaultkit" "${a[@]}" grid list)"
+check "a foreign file is not imported (3)" test "$(exit_code "$vaultkit" "${a[@]}" users import "$samples/EPortal.xml")" = 3
+check "the directory survives a refused import" grep -q "zhangsan" <<<"$("$vaultkit" "${a[@]}" users search zh)"
+check "a foreign portal document is refused (3)" test "$(exit_code "$vaultkit" "${a[@]}" portal install "$samples/org.xml")" = 3
+check "the portal survives a refused install" grep -q "My workspace" <<<"$("$vaultkit" "${a[@]}" portal show --language 1)"
+check "--version answers" grep -q "^vaultkit [0-9]" <<<"$("$vaultkit" --version)"
+check "the help names XDG_DATA_HOME" grep -q 'XDG_DATA_HOME' <<<"$("$vaultkit" --help)"
+touch "$work/file"
+check "a data root that is a file exits 2" test "$(exit_code "$vaultkit" --data-root "$work/file" status)" = 2
+status=$("$vaultkit" "${a[@]}" status); code=$?
+if grep -q "^load: *failed" <<<"$status"; then want=3; else want=0; fi
+check "status exits as its load went" test "$code" = "$want"
+again=$("$vaultkit" "${a[@]}" status)
+check "status shows this run's reports only" \
+  test "$(grep -c "ASSERT HAPPENS" <<<"$again")" = "$(grep -c "ASSERT HAPPENS" <<<"$status")"
+check "reports keep their line breaks" grep -q "^file: " <<<"$status"
+printf '<?xml version="1.0" encoding="gb2312"?>\n<UserGrid ProVer="1"><User Grid="5" Ni' \
+  >"$d/Accounts/alice/UserGrid.xml"
+"$vaultkit" "${a[@]}" grid list >/dev/null
+kept=$(ls "$d/Accounts/alice/" | grep -c '^UserGrid.xml.damaged-[0-9]\{14\}$')
+check "a damaged file is kept aside" test "$kept" = 1
+check "status lists the damaged copy" grep -q "UserGrid.xml.damaged-" <<<"$("$vaultkit" "${a[@]}" status)"
+err=$("$vaultkit" "${a[@]}" users dept 424242 2>&1)
+check "errors say why" grep -q "department 424242 has no members" <<<"$err"
+
 demo=$(cd "$work" && "$vaultkit" demo 2>&1)
+[ "$(grep -c "demo finished$" <<<"$demo")" = 1 ] || echo "$demo" | tail -20
 check "the demo runs to its end" grep -q "demo finished$" <<<"$demo"
 check "the demo's flush ran twice" grep -q "2 flushes" <<<"$demo"
 

@@ -1,27 +1,59 @@
 #include "tools/vaultkit/Command.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <climits>
 #include <cstdlib>
+#include <limits>
 
 namespace vk::cli {
+namespace {
 
-long ParseLong(const std::string& text, const char* what) {
+// Decimal digits with an optional sign, and nothing else (no spaces, no hexadecimal).
+template <typename T>
+T ParseInRange(const std::string& text, const char* what, const char* kind) {
+  bool digits =
+      !text.empty() &&
+      text.find_first_not_of("0123456789", text[0] == '-' || text[0] == '+') == std::string::npos &&
+      text.size() > (text[0] == '-' || text[0] == '+' ? 1u : 0u);
   errno = 0;
-  char* end = nullptr;
-  long value = std::strtol(text.c_str(), &end, 10);
-  if (text.empty() || *end != '\0' || errno == ERANGE || value < INT32_MIN ||
-      value > static_cast<long>(UINT32_MAX)) {
-    throw UsageError{std::string(what) + " must be a 32-bit integer, not '" + text + "'"};
+  long long value = digits ? std::strtoll(text.c_str(), nullptr, 10) : 0;
+  if (!digits || errno == ERANGE || value < std::numeric_limits<T>::min() ||
+      value > std::numeric_limits<T>::max()) {
+    throw UsageError{std::string(what) + " must be " + kind + ", not '" + text + "'"};
   }
-  return value;
+  return static_cast<T>(value);
+}
+
+}  // namespace
+
+int32_t ParseInt32(const std::string& text, const char* what) {
+  return ParseInRange<int32_t>(text, what, "a whole number from -2147483648 to 2147483647");
+}
+
+uint32_t ParseUint32(const std::string& text, const char* what) {
+  return ParseInRange<uint32_t>(text, what, "a whole number from 0 to 4294967295");
 }
 
 bool WantsHelp(const std::vector<std::string>& args) {
-  for (const auto& a : args) {
-    if (a == "--help" || a == "-h") return true;
-  }
-  return false;
+  return std::any_of(args.begin(), args.end(),
+                     [](const std::string& a) { return a == "--help" || a == "-h"; });
+}
+
+bool TakeFlag(std::vector<std::string>& args, const char* flag) {
+  auto end = std::remove(args.begin(), args.end(), std::string(flag));
+  bool found = end != args.end();
+  args.erase(end, args.end());
+  return found;
+}
+
+std::string TakeOption(std::vector<std::string>& args, const char* option,
+                       const std::string& fallback) {
+  auto at = std::find(args.begin(), args.end(), std::string(option));
+  if (at == args.end()) return fallback;
+  if (at + 1 == args.end()) throw UsageError{std::string(option) + " needs a value"};
+  std::string value = *(at + 1);
+  args.erase(at, at + 2);
+  return value;
 }
 
 }  // namespace vk::cli

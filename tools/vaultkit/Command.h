@@ -1,6 +1,7 @@
-// One subcommand of the vaultkit command.
+// One subcommand of the vaultkit command, and the conventions every subcommand follows.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -8,8 +9,24 @@ namespace vk::cli {
 
 class Host;
 
+// The command's exit statuses.
+enum ExitStatus : int {
+  kExitOk = 0,
+  kExitNotFound = 1,  // a lookup found nothing
+  kExitUsage = 2,     // the command line is wrong
+  kExitFailed = 3,    // a store refused the operation, or a file cannot be used
+};
+
 // A usage error: printed as one line, exit status 2.
 struct UsageError {
+  std::string message;
+};
+// A lookup that found nothing: "vaultkit: <message>" on stderr, exit status 1.
+struct NotFound {
+  std::string message;
+};
+// A failure that says why: "vaultkit: <message>" on stderr, exit status 3.
+struct Failure {
   std::string message;
 };
 
@@ -23,8 +40,15 @@ class Command {
   virtual int Run(Host& host, const std::vector<std::string>& args) = 0;
 };
 
-// Shared argument helpers.
-long ParseLong(const std::string& text, const char* what);
+// Numbers in the range of the operation's own type; anything else is a UsageError naming
+// `what`.
+int32_t ParseInt32(const std::string& text, const char* what);
+uint32_t ParseUint32(const std::string& text, const char* what);
 bool WantsHelp(const std::vector<std::string>& args);
+// Removes every `flag` from `args`; true when there was one.
+bool TakeFlag(std::vector<std::string>& args, const char* flag);
+// Removes `option VALUE` from `args` and returns VALUE; `fallback` when absent.
+std::string TakeOption(std::vector<std::string>& args, const char* option,
+                       const std::string& fallback);
 
 }  // namespace vk::cli

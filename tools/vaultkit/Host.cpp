@@ -44,11 +44,18 @@ std::string Hex(HRESULT hr) {
 Host::Host(std::string data_root, std::string account)
     : data_root_(std::move(data_root)), account_(std::move(account)) {
   std::error_code ec;
+  if (std::filesystem::exists(data_root_, ec) && !std::filesystem::is_directory(data_root_, ec)) {
+    throw UsageError{"--data-root " + data_root_ + " is not a folder"};
+  }
   std::filesystem::create_directories(data_root_, ec);
+  if (ec) throw Failure{"cannot create the data root " + data_root_ + ": " + ec.message()};
   auto absolute = std::filesystem::absolute(data_root_, ec);
   if (!ec) data_root_ = absolute.lexically_normal().string();
   if (data_root_.empty() || data_root_.back() != '/') data_root_ += '/';
   setenv("VAULTKIT_DATA_ROOT", data_root_.c_str(), 1);
+  // Where this run's lines of the client log begin.
+  log_start_ = std::filesystem::file_size(data_root_ + "vaultkit.log", ec);
+  if (ec) log_start_ = 0;
   root_ = new ClientRoot();
   root_->SetDataFolder(FromUtf8(data_root_));
   root_->SetAccount(FromUtf8(account_));
@@ -78,10 +85,10 @@ void Host::EnsureRegistered() {
   if (registered) return;
   void* library = dlopen(component.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) {
-    throw std::runtime_error("cannot load the component " + component + ": " + dlerror());
+    throw Failure{"cannot load the component " + component + ": " + dlerror()};
   }
   auto reg = reinterpret_cast<PFN_DllRegisterServer>(dlsym(library, "DllRegisterServer"));
-  if (reg == nullptr) throw std::runtime_error(component + " exports no DllRegisterServer");
+  if (reg == nullptr) throw Failure{component + " exports no DllRegisterServer"};
   reg();
 }
 
@@ -94,7 +101,7 @@ void Host::Load() {
                           reinterpret_cast<void**>(&module_));
   }
   if (FAILED(hr) || module_ == nullptr) {
-    throw std::runtime_error("cannot create Vaultkit.StoreModule: " + Hex(hr));
+    throw Failure{"cannot create Vaultkit.StoreModule: " + Hex(hr)};
   }
   module_->QueryInterface(IID_IWEZStore, reinterpret_cast<void**>(&stores_));
   auto* site = new ModuleSite(root_);

@@ -3,6 +3,7 @@
 // subcommands their stores.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "client/ClientRoot.h"
@@ -19,7 +20,7 @@ class Host {
   Host& operator=(const Host&) = delete;
 
   // Registers, creates the module and runs OnLoad and (with an account) OnAccountChange.
-  // Throws std::runtime_error when the component cannot be reached at all.
+  // Throws Failure when the component cannot be reached at all.
   void Load();
   HRESULT LoadStatus() const { return load_status_; }
   HRESULT AccountStatus() const { return account_status_; }
@@ -28,6 +29,8 @@ class Host {
   IWEZStore* Stores() const { return stores_; }
   ClientRoot* Root() const { return root_; }
   const std::string& DataRoot() const { return data_root_; }
+  // The size vaultkit.log had before this run: its later lines are this run's.
+  uintmax_t LogStart() const { return log_start_; }
   const std::string& Account() const { return account_; }
   bool HasAccount() const { return !account_.empty(); }
   // data root + "Accounts/<account>/<relative>"; throws UsageError without an account.
@@ -53,6 +56,7 @@ class Host {
   IWEZStore* stores_ = nullptr;
   HRESULT load_status_ = E_FAIL;
   HRESULT account_status_ = S_FALSE;
+  uintmax_t log_start_ = 0;
 };
 
 template <typename I, typename Get, typename Open>

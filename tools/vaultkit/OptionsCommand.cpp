@@ -4,19 +4,29 @@
 #include <fstream>
 #include <iterator>
 
+#include "platform/Profile.h"
 #include "platform/Text.h"
 #include "tools/vaultkit/Host.h"
+#include "tools/vaultkit/StoreAccess.h"
 
 namespace vk::cli {
 namespace {
 
 bool IsInteger(const std::string& text) {
   try {
-    ParseLong(text, "value");
+    ParseInt32(text, "value");
     return true;
   } catch (const UsageError&) {
     return false;
   }
+}
+
+// The store answers an empty text and 0 for a key it does not hold: ask the file itself.
+void RequireKey(const std::u16string& key, const std::u16string& path, const std::string& name) {
+  const char16_t kAbsent[] = u"\x01absent\x01";
+  char16_t probe[16] = {};
+  GetPrivateProfileStringW(u"Default", key.c_str(), kAbsent, probe, 16, path.c_str());
+  if (std::u16string(probe) == kAbsent) throw NotFound{"no option '" + name + "'"};
 }
 
 std::vector<unsigned char> ParseHex(const std::string& hex) {
@@ -35,9 +45,10 @@ std::vector<unsigned char> ParseHex(const std::string& hex) {
 }  // namespace
 
 const char* OptionsCommand::Help() const {
-  return "usage: vaultkit [--data-root DIR] [--account NAME] options [--user] ACTION\n"
-         "  get KEY               print the value of KEY (empty when absent)\n"
-         "  get-int KEY           print KEY read as an integer (0 when absent)\n"
+  return "usage: vaultkit [--data-root DIR] [--account NAME] options [--user] ACTION [--json]\n"
+         "  get KEY               print the value of KEY; exit 1 when there is no KEY\n"
+         "  get-int KEY           print KEY read as an integer (its leading digits; 0 when\n"
+         "                        it has none); exit 1 when there is no KEY\n"
          "  set KEY VALUE         write VALUE (an integer when it reads as one)\n"
          "  set-string KEY VALUE  write VALUE as text\n"
          "  get-struct KEY SIZE   print the SIZE-byte structure under KEY as hex\n"
@@ -48,15 +59,9 @@ const char* OptionsCommand::Help() const {
 }
 
 int OptionsCommand::Run(Host& host, const std::vector<std::string>& all) {
-  std::vector<std::string> args;
-  bool user = false;
-  for (const auto& a : all) {
-    if (a == "--user") {
-      user = true;
-    } else {
-      args.push_back(a);
-    }
-  }
+  std::vector<std::string> args = all;
+  bool user = TakeFlag(args, "--user");
+  bool json = TakeFlag(args, "--json");
   if (args.empty()) throw UsageError{"options needs an action: get, set, list, ..."};
   std::u16string path =
       user ? host.AccountFile("User.cfg") : FromUtf8(host.DataRoot() + "Accounts/wez.cfg");
@@ -70,10 +75,7 @@ int OptionsCommand::Run(Host& host, const std::vector<std::string>& all) {
                  u"global options",
                  [](IWEZStore* m, IOptionStore** s) { return m->GetOptionStore(s); },
                  u"IOptionStore", open);
-  if (store == nullptr) {
-    std::fprintf(stderr, "vaultkit: the option store is not available\n");
-    return 1;
-  }
+  if (store == nullptr) throw Failure{"cannot open the option file " + ToUtf8(path)};
   struct Releaser {
     IOptionStore* s;
     ~Releaser() { s->Release(); }
@@ -89,30 +91,38 @@ int OptionsCommand::Run(Host& host, const std::vector<std::string>& all) {
   HRESULT hr = S_OK;
   if (action == "get") {
     need(1);
+    RequireKey(key, path, args[1]);
     OLECHAR buffer[512] = {};
     hr = store->GetString(key.c_str(), buffer, sizeof buffer);
-    std::printf("%s\n", ToUtf8(buffer).c_str());
+    if (hr == S_OK) Print(json, args[1], Json(ToUtf8(buffer)));
   } else if (action == "get-int") {
     need(1);
+    RequireKey(key, path, args[1]);
     LONG value = 0;
     hr = store->GetInt(key.c_str(), &value);
-    std::printf("%d\n", value);
+    if (hr == S_OK) Print(json, args[1], Json(value));
   } else if (action == "set" || action == "set-string") {
     need(2);
     if (action == "set" && IsInteger(args[2])) {
-      hr = store->SetInt(key.c_str(), static_cast<LONG>(ParseLong(args[2], "VALUE")));
+      hr = store->SetInt(key.c_str(), ParseInt32(args[2], "VALUE"));
     } else {
       hr = store->SetString(key.c_str(), FromUtf8(args[2]).c_str());
     }
   } else if (action == "get-struct") {
     need(2);
-    long size = ParseLong(args[2], "SIZE");
-    if (size <= 0 || size > 65536) throw UsageError{"SIZE must be from 1 to 65536"};
+    uint32_t size = ParseUint32(args[2], "SIZE");
+    if (size == 0 || size > 65536) throw UsageError{"SIZE must be from 1 to 65536"};
+    RequireKey(key, path, args[1]);
     std::vector<unsigned char> bytes(size);
-    hr = store->GetStruct(key.c_str(), bytes.data(), static_cast<UINT>(size));
-    if (SUCCEEDED(hr)) {
-      for (unsigned char b : bytes) std::printf("%02X", b);
-      std::printf("\n");
+    hr = store->GetStruct(key.c_str(), bytes.data(), size);
+    if (hr == S_OK) {
+      std::string hex;
+      char digits[3];
+      for (unsigned char b : bytes) {
+        std::snprintf(digits, sizeof digits, "%02X", b);
+        hex += digits;
+      }
+      Print(json, args[1], Json(hex));
     }
   } else if (action == "set-struct") {
     need(2);
@@ -120,26 +130,30 @@ int OptionsCommand::Run(Host& host, const std::vector<std::string>& all) {
     hr = store->SetStruct(key.c_str(), bytes.data(), static_cast<UINT>(bytes.size()));
   } else if (action == "list") {
     need(0);
-    return List(path);
+    return List(path, json);
   } else {
     throw UsageError{"unknown options action '" + action + "'"};
   }
-  if (hr != S_OK) {
-    std::fprintf(stderr, "vaultkit: options %s failed (0x%08X)\n", action.c_str(),
-                 static_cast<unsigned>(hr));
-    return 1;
+  return Report(("options " + action).c_str(), hr);
+}
+
+void OptionsCommand::Print(bool json, const std::string& key, const Json& value) {
+  if (json) {
+    PrintJson({{"key", key}, {"value", value}});
+  } else {
+    std::printf("%s\n",
+                value.is_string() ? value.get<std::string>().c_str() : value.dump().c_str());
   }
-  return 0;
 }
 
 // The store has no enumeration: list reads section Default of the UTF-16 file itself.
-int OptionsCommand::List(const std::u16string& path) {
+int OptionsCommand::List(const std::u16string& path, bool json) {
   std::ifstream in(ToUtf8(path), std::ios::binary);
   std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
   if (bytes.size() < 2 || bytes[0] != '\xFF' || bytes[1] != '\xFE') {
-    std::fprintf(stderr, "vaultkit: %s is not a UTF-16 option file\n", ToUtf8(path).c_str());
-    return 1;
+    throw Failure{ToUtf8(path) + " is not a UTF-16 option file (it does not begin with FF FE)"};
   }
+  Json listing = Json::object();
   std::u16string text;
   for (size_t i = 2; i + 1 < bytes.size(); i += 2) {
     text.push_back(static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) |
@@ -154,12 +168,15 @@ int OptionsCommand::List(const std::u16string& path) {
     if (!line.empty() && line.front() == u'[') {
       in_default = WideToLower(line) == u"[default]";
     } else if (in_default && line.find(u'=') != std::u16string::npos) {
-      std::printf("%s\n", ToUtf8(line).c_str());
+      size_t equals = line.find(u'=');
+      listing[ToUtf8(line.substr(0, equals))] = ToUtf8(line.substr(equals + 1));
+      if (!json) std::printf("%s\n", ToUtf8(line).c_str());
     }
     if (end == std::u16string::npos) break;
     start = end + 1;
   }
-  return 0;
+  if (json) PrintJson(listing);
+  return kExitOk;
 }
 
 }  // namespace vk::cli

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tools/vaultkit/Command.h"
+#include "tools/vaultkit/Json.h"
 #include "vaultkit/vaultkit.h"
 
 namespace vk::cli {
@@ -15,7 +16,8 @@ class OptionsCommand : public Command {
   int Run(Host& host, const std::vector<std::string>& args) override;
 
  private:
-  int List(const std::u16string& path);
+  int List(const std::u16string& path, bool json);
+  static void Print(bool json, const std::string& key, const Json& value);
 };
 
 }  // namespace vk::cli

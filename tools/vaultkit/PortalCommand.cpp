@@ -8,7 +8,10 @@
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "tools/vaultkit/Host.h"
+#include "tools/vaultkit/Json.h"
 #include "tools/vaultkit/StoreAccess.h"
+#include "tools/vaultkit/Table.h"
+#include "tools/vaultkit/XmlEntries.h"
 
 namespace vk::cli {
 namespace {
@@ -26,10 +29,53 @@ std::string Flag(IPortalStore* store, HRESULT (IPortalStore::*get)(BOOL*)) {
   return SUCCEEDED((store->*get)(&flag)) ? (flag ? "on" : "off") : "(not found)";
 }
 
+std::vector<LONG> Departments(IPortalStore* portal) {
+  LONG count = 0;
+  portal->GetPortalDeptCount(&count);
+  if (count <= 0) return {};
+  // The store writes one entry past the length it is given: leave room for it.
+  std::vector<LONG> ids(static_cast<size_t>(count) + 1);
+  portal->GetPortalDepts(ids.data(), count);
+  ids.resize(static_cast<size_t>(count));
+  return ids;
+}
+
+std::vector<PortalTipInfo> Tips(IPortalStore* portal) {
+  LONG count = 0;
+  portal->GetUserTipsCount(&count);
+  if (count <= 0) return {};
+  std::vector<PortalTipInfo> records(static_cast<size_t>(count));
+  portal->GetUserTips(records.data(), count);
+  return records;
+}
+
 std::string Field(const OLECHAR* chars, size_t size) {
   size_t n = 0;
   while (n < size && chars[n] != 0) ++n;
   return ToUtf8(std::u16string_view(chars, n));
+}
+
+Json ShowJson(IPortalStore* portal, LONG language) {
+  LONG version = 0;
+  Json doc = {{"language", language}};
+  doc["version"] = portal->GetVersion(&version) == S_OK ? Json(version) : Json();
+  doc["dept_portal"] = {{"enabled", Flag(portal, &IPortalStore::GetDeptPortalEnable)},
+                        {"note", Text(portal, &IPortalStore::GetDeptPortalNote)},
+                        {"url", Text(portal, &IPortalStore::GetDeptPortalUrl)}};
+  doc["user_portal"] = {{"enabled", Flag(portal, &IPortalStore::GetUserPortalEnable)},
+                        {"link_text", Text(portal, &IPortalStore::GetUserPortalLinkText)},
+                        {"url", Text(portal, &IPortalStore::GetUserPortalUrl)}};
+  doc["tips"] = {{"enabled", Flag(portal, &IPortalStore::GetUserTipsEnable)},
+                 {"state", Text(portal, &IPortalStore::GetUserTipsState)}};
+  doc["departments"] = Departments(portal);
+  Json tips = Json::array();
+  for (const PortalTipInfo& tip : Tips(portal)) {
+    tips.push_back({{"name", Field(tip.name, 256)},
+                    {"note", Field(tip.note, 256)},
+                    {"link", Field(tip.link, 1024)}});
+  }
+  doc["tip_list"] = tips;
+  return doc;
 }
 
 int Show(IPortalStore* portal, LONG language) {
@@ -52,53 +98,44 @@ int Show(IPortalStore* portal, LONG language) {
   std::printf("tips:                %s, state %s\n",
               Flag(portal, &IPortalStore::GetUserTipsEnable).c_str(),
               Text(portal, &IPortalStore::GetUserTipsState).c_str());
-
-  LONG depts = 0;
-  portal->GetPortalDeptCount(&depts);
-  if (depts > 0) {
-    // The store writes one entry past the length it is given: leave room for it.
-    std::vector<LONG> ids(static_cast<size_t>(depts) + 1);
-    portal->GetPortalDepts(ids.data(), depts);
-    std::printf("departments (%d):    ", depts);
-    for (LONG i = 0; i < depts; ++i) std::printf(i == 0 ? "%d" : ", %d", ids[i]);
+  std::vector<LONG> depts = Departments(portal);
+  std::string list;
+  for (LONG id : depts) list += (list.empty() ? "" : ", ") + std::to_string(id);
+  std::printf("departments:         %s\n", depts.empty() ? "none" : list.c_str());
+  std::vector<PortalTipInfo> tips = Tips(portal);
+  if (!tips.empty()) {
     std::printf("\n");
-  } else {
-    std::printf("departments:         none\n");
-  }
-
-  LONG tips = 0;
-  portal->GetUserTipsCount(&tips);
-  if (tips > 0) {
-    std::vector<PortalTipInfo> records(static_cast<size_t>(tips));
-    portal->GetUserTips(records.data(), tips);
-    std::printf("\n%-12s %-44s %s\n", "tip", "note", "link");
-    for (const PortalTipInfo& tip : records) {
-      std::printf("%-12s %-44s %s\n", Field(tip.name, 256).c_str(), Field(tip.note, 256).c_str(),
-                  Field(tip.link, 1024).c_str());
+    Table table({"tip", "note", "link"});
+    for (const PortalTipInfo& tip : tips) {
+      table.Add({Field(tip.name, 256), Field(tip.note, 256), Field(tip.link, 1024)});
     }
+    table.Print();
   }
-  return 0;
+  return kExitOk;
 }
 
 }  // namespace
 
 const char* PortalCommand::Help() const {
-  return "usage: vaultkit [--data-root DIR] --account NAME portal ACTION\n"
+  return "usage: vaultkit [--data-root DIR] --account NAME portal ACTION [--json]\n"
          "  show [--language N]   every field in the client's language (0 Simplified\n"
          "                        Chinese, the default; 1 English; 2 Traditional Chinese),\n"
          "                        the departments and the tips\n"
-         "  install FILE          put a published portal document (root PORTAL) in place\n"
+         "  install FILE          put a published portal document (root PORTAL) in place;\n"
+         "                        a file that does not parse or has another root is refused\n"
          "  version get|set N     the document's version\n";
 }
 
-int PortalCommand::Run(Host& host, const std::vector<std::string>& args) {
+int PortalCommand::Run(Host& host, const std::vector<std::string>& all) {
+  std::vector<std::string> args = all;
+  bool json = TakeFlag(args, "--json");
   if (args.empty()) throw UsageError{"portal needs an action: show, install or version"};
   const std::string& action = args[0];
   std::vector<std::string> rest(args.begin() + 1, args.end());
   LONG language = 0;
   if (action == "show") {
     if (rest.size() == 2 && rest[0] == "--language") {
-      language = static_cast<LONG>(ParseLong(rest[1], "N"));
+      language = ParseInt32(rest[1], "N");
       if (language < 0 || language > 2) throw UsageError{"the language is 0, 1 or 2"};
     } else if (!rest.empty()) {
       throw UsageError{"portal show takes only --language N"};
@@ -106,26 +143,37 @@ int PortalCommand::Run(Host& host, const std::vector<std::string>& args) {
     host.Root()->SetLanguage(language);
   }
   ComRef<IPortalStore> portal = OpenPortal(host);
-  if (action == "show") return Show(portal.get(), language);
+  if (action == "show") {
+    if (!json) return Show(portal.get(), language);
+    PrintJson(ShowJson(portal.get(), language));
+    return kExitOk;
+  }
   if (action == "install" && rest.size() == 1) {
     std::ifstream in(rest[0], std::ios::binary);
     if (!in) throw UsageError{"cannot read " + rest[0]};
     std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    // The store would take a document it cannot read for an empty one: refuse it here.
+    std::optional<std::string> root_name = XmlRootName(FromUtf8(rest[0]));
+    if (!root_name) throw Failure{rest[0] + " is not well-formed XML: nothing installed"};
+    if (*root_name != "PORTAL") {
+      throw Failure{rest[0] + " is not a portal document (its root is " + *root_name +
+                    ", not PORTAL): nothing installed"};
+    }
     std::u16string path = host.AccountFile("PortalIcon/EPortal.xml");
     CreateFolders(path.substr(0, path.rfind(kSep)));
     if (!WriteFileAtomically(path, bytes)) {
-      std::fprintf(stderr, "vaultkit: cannot write %s\n", ToUtf8(path).c_str());
-      return 1;
+      throw Failure{"cannot write " + ToUtf8(path) + ": " + FailureReason(E_FAIL)};
     }
     // The store keeps its document in memory and writes it back when it goes: it must
     // take up the new file now, or it would put its old document over it.
     IUnknown* root = static_cast<IClientRoot*>(host.Root());
     int status = Report("Initialize", portal->Initialize(path.c_str(), root));
-    if (status == 0) std::printf("installed %s as %s\n", rest[0].c_str(), ToUtf8(path).c_str());
+    if (status == kExitOk)
+      std::printf("installed %s as %s\n", rest[0].c_str(), ToUtf8(path).c_str());
     return status;
   }
   if (action == "version") {
-    int status = VersionAction(portal.get(), rest);
+    int status = VersionAction(portal.get(), rest, json);
     portal->Close();
     return status;
   }

@@ -16,7 +16,7 @@ const char* RunCommand::Help() const {
 
 int RunCommand::Run(Host&, const std::vector<std::string>& args) {
   if (args.size() != 2 || args[0] != "--seconds") throw UsageError{"run needs --seconds N"};
-  long seconds = ParseLong(args[1], "N");
+  long seconds = ParseInt32(args[1], "N");
   if (seconds < 1 || seconds > 86400) throw UsageError{"N must be from 1 to 86400"};
   uint64_t start = VkGetTickCount();
   uint64_t end = start + static_cast<uint64_t>(seconds) * 1000;

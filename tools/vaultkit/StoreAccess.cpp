@@ -1,11 +1,11 @@
 #include "tools/vaultkit/StoreAccess.h"
 
 #include <cstdio>
-#include <stdexcept>
 
 #include "platform/Text.h"
 #include "tools/vaultkit/Command.h"
 #include "tools/vaultkit/Host.h"
+#include "tools/vaultkit/Json.h"
 
 namespace vk::cli {
 namespace {
@@ -16,10 +16,12 @@ ComRef<I> OpenWithRoot(Host& host, const char16_t* row, Get get, const char16_t*
                        const std::string& file) {
   std::u16string path = host.AccountFile(file);
   IUnknown* root = static_cast<IClientRoot*>(host.Root());
-  I* store =
-      host.Store<I>(row, get, prog_id, [&](I* s) { return s->Initialize(path.c_str(), root); });
+  HRESULT opened = S_OK;
+  I* store = host.Store<I>(row, get, prog_id,
+                           [&](I* s) { return opened = s->Initialize(path.c_str(), root); });
   if (store == nullptr) {
-    throw std::runtime_error("the store " + ToUtf8(prog_id) + " is not available");
+    throw Failure{FAILED(opened) ? "cannot open " + ToUtf8(path) + ": " + FailureReason(opened)
+                                 : "the component has no class " + ToUtf8(prog_id)};
   }
   return ComRef<I>(store);
 }
@@ -57,13 +59,46 @@ ComRef<IPortalStore> OpenPortal(Host& host) {
       u"IPortalStore", "PortalIcon/EPortal.xml");
 }
 
-int Report(const char* what, HRESULT hr) {
-  if (hr == S_OK) return 0;
-  std::fprintf(stderr, "vaultkit: %s answered 0x%08X%s\n", what, static_cast<unsigned>(hr),
-               hr == S_FALSE  ? " (S_FALSE)"
-               : hr == E_FAIL ? " (E_FAIL)"
-                              : "");
-  return 1;
+std::string StatusName(HRESULT hr) {
+  static const struct {
+    HRESULT status;
+    const char* name;
+  } kNames[] = {{S_OK, "S_OK"},
+                {S_FALSE, "S_FALSE"},
+                {E_NOTIMPL, "E_NOTIMPL"},
+                {E_NOINTERFACE, "E_NOINTERFACE"},
+                {E_POINTER, "E_POINTER"},
+                {E_FAIL, "E_FAIL"},
+                {E_UNEXPECTED, "E_UNEXPECTED"},
+                {E_OUTOFMEMORY, "E_OUTOFMEMORY"},
+                {E_INVALIDARG, "E_INVALIDARG"},
+                {E_ACCESSDENIED, "E_ACCESSDENIED"}};
+  char number[16];
+  std::snprintf(number, sizeof number, "0x%08X", static_cast<unsigned>(hr));
+  for (const auto& known : kNames) {
+    if (known.status == hr) return std::string(known.name) + " (" + number + ")";
+  }
+  return number;
+}
+
+std::string FailureReason(HRESULT hr) {
+  IErrorInfo* info = nullptr;
+  std::string reason;
+  if (GetErrorInfo(0, &info) == S_OK && info != nullptr) {
+    BSTR description = nullptr;
+    info->GetDescription(&description);
+    reason = Utf8(description);
+    info->Release();
+  }
+  return reason.empty() ? "the store answered " + StatusName(hr) : reason;
+}
+
+int Report(const char* what, HRESULT hr, std::initializer_list<HRESULT> success) {
+  for (HRESULT ok : success) {
+    if (hr == ok) return kExitOk;
+  }
+  std::fprintf(stderr, "vaultkit: %s failed: %s\n", what, FailureReason(hr).c_str());
+  return kExitFailed;
 }
 
 std::string Utf8(BSTR text) {
@@ -73,22 +108,27 @@ std::string Utf8(BSTR text) {
 }
 
 template <typename I>
-int VersionAction(I* store, const std::vector<std::string>& args) {
+int VersionAction(I* store, const std::vector<std::string>& args, bool json) {
   if (args.size() == 1 && args[0] == "get") {
     LONG version = 0;
     HRESULT hr = store->GetVersion(&version);
-    if (hr == S_OK) std::printf("%d\n", version);
-    return Report("GetVersion", hr);
+    if (hr != S_OK) return Report("GetVersion", hr);
+    if (json) {
+      PrintJson({{"version", version}});
+    } else {
+      std::printf("%d\n", version);
+    }
+    return kExitOk;
   }
   if (args.size() == 2 && args[0] == "set") {
-    return Report("SetVersion", store->SetVersion(static_cast<LONG>(ParseLong(args[1], "N"))));
+    return Report("SetVersion", store->SetVersion(ParseInt32(args[1], "N")));
   }
   throw UsageError{"version takes 'get' or 'set N'"};
 }
 
-template int VersionAction<IUserGrid>(IUserGrid*, const std::vector<std::string>&);
-template int VersionAction<IKeyDepts>(IKeyDepts*, const std::vector<std::string>&);
-template int VersionAction<IDeptLeader>(IDeptLeader*, const std::vector<std::string>&);
-template int VersionAction<IPortalStore>(IPortalStore*, const std::vector<std::string>&);
+template int VersionAction<IUserGrid>(IUserGrid*, const std::vector<std::string>&, bool);
+template int VersionAction<IKeyDepts>(IKeyDepts*, const std::vector<std::string>&, bool);
+template int VersionAction<IDeptLeader>(IDeptLeader*, const std::vector<std::string>&, bool);
+template int VersionAction<IPortalStore>(IPortalStore*, const std::vector<std::string>&, bool);
 
 }  // namespace vk::cli

@@ -1,8 +1,9 @@
 // The stores the subcommands use, reached through the module or, while the module has not
-// opened them, created by ProgID and opened on the account's file. Each throws
-// std::runtime_error when the store cannot be had.
+// opened them, created by ProgID and opened on the account's file. Each throws Failure,
+// naming the file and the reason, when the store cannot be had.
 #pragma once
 
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -19,13 +20,20 @@ ComRef<IKeyDepts> OpenKeyDepts(Host& host);
 ComRef<IDeptLeader> OpenDeptLeader(Host& host);
 ComRef<IPortalStore> OpenPortal(Host& host);
 
-// Prints the outcome of a store call: nothing on S_OK, else a line on stderr; returns the
-// exit status (0 or 1).
-int Report(const char* what, HRESULT hr);
+// Reads a status as the operation's contract gives it: a status in `success` is success
+// (kExitOk); any other prints "vaultkit: <what> failed: <why>" on stderr and returns
+// kExitFailed. <why> is what the component left in the thread's error object, else the
+// status by name.
+int Report(const char* what, HRESULT hr, std::initializer_list<HRESULT> success = {S_OK});
+// The status by name and number, e.g. "E_FAIL (0x80004005)".
+std::string StatusName(HRESULT hr);
+// Why the last call failed, from the thread's error object (which it clears); else the
+// status by name.
+std::string FailureReason(HRESULT hr);
 std::string Utf8(BSTR text);  // frees the string
 
 // `version get` and `version set N` of a versioned XML store.
 template <typename I>
-int VersionAction(I* store, const std::vector<std::string>& args);
+int VersionAction(I* store, const std::vector<std::string>& args, bool json);
 
 }  // namespace vk::cli

@@ -1,20 +1,49 @@
 #include "tools/vaultkit/UsersCommand.h"
 
+#include <libxml/xmlreader.h>
+#include <sys/stat.h>
+
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <optional>
 
 #include "platform/Text.h"
 #include "tools/vaultkit/Host.h"
+#include "tools/vaultkit/Json.h"
 #include "tools/vaultkit/StoreAccess.h"
+#include "tools/vaultkit/Table.h"
 
 namespace vk::cli {
 namespace {
 
 ULONG Id(const std::string& text, const char* what) {
-  long value = ParseLong(text, what);
-  if (value < 0) throw UsageError{std::string(what) + " must not be negative"};
-  return static_cast<ULONG>(value);
+  return ParseUint32(text, what);
+}
+
+// The rebuild file an import writes; its identity tells whether an import produced one.
+std::pair<uintmax_t, std::filesystem::file_time_type> RebuildStamp(const std::string& path) {
+  struct stat info {};
+  std::error_code ec;
+  if (::stat(path.c_str(), &info) != 0) return {0, {}};
+  return {info.st_ino, std::filesystem::last_write_time(path, ec)};
+}
+
+// The first element of an XML file, read without loading the whole file.
+std::optional<std::string> FirstElement(const std::string& file) {
+  xmlTextReaderPtr reader = xmlReaderForFile(
+      file.c_str(), nullptr, XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
+  if (reader == nullptr) return std::nullopt;
+  std::optional<std::string> name;
+  while (xmlTextReaderRead(reader) == 1) {
+    if (xmlTextReaderNodeType(reader) == XML_READER_TYPE_ELEMENT) {
+      name = reinterpret_cast<const char*>(xmlTextReaderConstLocalName(reader));
+      break;
+    }
+  }
+  xmlFreeTextReader(reader);
+  return name;
 }
 
 // Lets the background reader finish so searches see the database.
@@ -41,11 +70,25 @@ std::string Nick(const UserListEntry& entry) {
   return ToUtf8(std::u16string_view(entry.nick, n));
 }
 
-int Import(IUserList* users, const std::string& file) {
+int Import(Host& host, IUserList* users, const std::string& file, bool json) {
   if (!std::filesystem::exists(file)) throw UsageError{"no such file: " + file};
+  std::optional<std::string> root = FirstElement(file);
+  if (root != "UserList") {
+    throw Failure{file +
+                  (root ? " is not an organisation file (its root is " + *root + ", not UserList)"
+                        : " is not an XML file") +
+                  ": the directory is unchanged"};
+  }
+  const std::string rebuild = ToUtf8(host.AccountFile("userList5.dat")) + ".bak";
+  auto before = RebuildStamp(rebuild);
   auto start = std::chrono::steady_clock::now();
   std::u16string path = FromUtf8(std::filesystem::absolute(file).string());
   HRESULT hr = users->LoadDataFromXml(path.c_str());
+  // An import that did not complete writes no rebuild file, whatever it answered.
+  if (hr == S_OK && RebuildStamp(rebuild) == before) {
+    throw Failure{"the import of " + file + " did not complete (the file is damaged or " +
+                  "incomplete): the directory is unchanged"};
+  }
   // The first operation with the swap step brings the new database online.
   std::vector<ULONG> depts = DeptIds(users);
   WaitForSearchLists(users);
@@ -58,90 +101,151 @@ int Import(IUserList* users, const std::string& file) {
     users->GetUserCount(id, &n);
     members += n;
   }
-  std::printf("imported %s: %zu departments, %ld members in %.1f ms\n", file.c_str(), depts.size(),
-              members, ms);
-  return 0;
+  if (json) {
+    PrintJson({{"file", file}, {"departments", depts.size()}, {"members", members}, {"ms", ms}});
+  } else {
+    std::printf("imported %s: %zu departments, %ld members in %.1f ms\n", file.c_str(),
+                depts.size(), members, ms);
+  }
+  return kExitOk;
 }
 
-int Search(IUserList* users, const std::string& prefix) {
+int Search(IUserList* users, const std::string& prefix, bool json) {
   WaitForSearchLists(users);
   BSTR matches = nullptr, reserved = nullptr;
   HRESULT hr = users->SearchUsers(WideToLower(FromUtf8(prefix)).c_str(), &matches, &reserved);
   SysFreeString(reserved);
-  std::string text = Utf8(matches);
-  size_t found = 0;
-  for (size_t start = 0, end; (end = text.find(';', start)) != std::string::npos; start = end + 1) {
-    std::printf("%s\n", text.substr(start, end - start).c_str());
-    ++found;
+  if (hr != S_OK) {
+    SysFreeString(matches);
+    return Report("SearchUsers", hr);
   }
-  if (found == 0) std::printf("(no one matches '%s')\n", prefix.c_str());
-  return Report("SearchUsers", hr);
+  std::string text = Utf8(matches);
+  Json found = Json::array();
+  for (size_t start = 0, end; (end = text.find(';', start)) != std::string::npos; start = end + 1) {
+    found.push_back(text.substr(start, end - start));
+  }
+  if (json) {
+    PrintJson(found);
+  } else {
+    for (const auto& match : found) std::printf("%s\n", match.get<std::string>().c_str());
+  }
+  if (found.empty()) throw NotFound{"no one matches '" + prefix + "'"};
+  return kExitOk;
 }
 
-int Dept(IUserList* users, ULONG dept) {
+int Dept(IUserList* users, ULONG dept, bool json) {
   LONG count = 0;
   HRESULT hr = users->GetUserCount(dept, &count);
   if (hr != S_OK) return Report("GetUserCount", hr);
+  if (count <= 0) throw NotFound{"department " + std::to_string(dept) + " has no members"};
   std::vector<UserListEntry> entries(static_cast<size_t>(count > 0 ? count : 0) + 1);
   LONG written = count;
   hr = users->GetDeptUsers(dept, entries.data(), &written);
-  std::printf("department %u: %d members\n", dept, written);
+  if (hr != S_OK) return Report("GetDeptUsers", hr);
+  Json members = Json::array();
+  Table table({"nick", "uin", "name"});
   for (LONG i = 0; i < written && i < count; ++i) {
     BSTR name = nullptr;
-    std::u16string nick = FromUtf8(Nick(entries[i]));
-    users->GetNameByNick(nick.c_str(), &name);
-    std::printf("  %-20s uin %-10u %s\n", Nick(entries[i]).c_str(), entries[i].uin,
-                Utf8(name).c_str());
+    std::string nick = Nick(entries[i]);
+    users->GetNameByNick(FromUtf8(nick).c_str(), &name);
+    std::string display = Utf8(name);
+    members.push_back({{"nick", nick}, {"uin", entries[i].uin}, {"name", display}});
+    table.Add({nick, std::to_string(entries[i].uin), display});
   }
-  return Report("GetDeptUsers", hr);
+  if (json) {
+    PrintJson({{"department", dept}, {"members", members}});
+  } else {
+    std::printf("department %u: %zu members\n", dept, members.size());
+    if (!table.Empty()) table.Print();
+  }
+  return kExitOk;
 }
 
-int Find(IUserList* users, const std::string& nick_text) {
-  std::u16string nick = FromUtf8(nick_text);
+int Depts(IUserList* users, bool json) {
+  Json all = Json::array();
+  Table table({"department", "version", "members"});
+  for (ULONG id : DeptIds(users)) {
+    ULONG version = 0;
+    LONG members = 0;
+    users->GetDeptVersion(id, &version);
+    users->GetUserCount(id, &members);
+    all.push_back({{"department", id}, {"version", version}, {"members", members}});
+    table.Add({std::to_string(id), std::to_string(version), std::to_string(members)});
+  }
+  if (json) {
+    PrintJson(all);
+  } else {
+    std::printf("%zu departments\n", all.size());
+    if (!table.Empty()) table.Print();
+  }
+  return kExitOk;
+}
+
+// Nicknames are kept in lower case; the name and gender lookups compare exactly, so the
+// nickname is lower-cased first, as the client does.
+int Find(IUserList* users, const std::string& nick_text, bool json) {
+  std::u16string nick = WideToLower(FromUtf8(nick_text));
   BOOL exists = FALSE;
   users->IsNickExist(nick.c_str(), &exists);
-  if (!exists) {
-    std::fprintf(stderr, "vaultkit: no member '%s'\n", nick_text.c_str());
-    return 1;
-  }
+  if (!exists) throw NotFound{"no member '" + nick_text + "'"};
   ULONG uin = 0;
   users->GetUinByNick(nick.c_str(), &uin);
   BSTR name = nullptr;
   users->GetNameByNick(nick.c_str(), &name);
+  std::string display = Utf8(name);
   LONG gender = 0;
   users->GetGenderByNick(nick.c_str(), &gender);
   ULONG ids[32] = {};
   LONG count = 32;
   users->GetDeptIdsByNick(nick.c_str(), ids, &count);
+  std::vector<ULONG> depts(ids, ids + std::clamp<LONG>(count, 0, 32));
+  if (json) {
+    PrintJson({{"nick", ToUtf8(nick)},
+               {"uin", uin},
+               {"name", display},
+               {"gender", gender},
+               {"departments", depts}});
+    return kExitOk;
+  }
   std::printf("nick:        %s\nuin:         %u\nname:        %s\ngender:      %d\ndepartments:",
-              nick_text.c_str(), uin, Utf8(name).c_str(), gender);
-  for (LONG i = 0; i < count && i < 32; ++i) std::printf(" %u", ids[i]);
+              ToUtf8(nick).c_str(), uin, display.c_str(), gender);
+  for (ULONG id : depts) std::printf(" %u", id);
   std::printf("\n");
-  return 0;
+  return kExitOk;
 }
 
-int Versions(IUserList* users) {
+int Versions(IUserList* users, bool json) {
   BSTR dir = nullptr, root = nullptr;
   users->GetVersionInfo(&dir, &root);
+  std::string dir_text = Utf8(dir), root_text = Utf8(root);
   ULONG pro = 0, dept_ver = 0, max = 0;
   users->GetProVer(&pro);
   users->GetDeptVer(&dept_ver);
   users->GetMaxDeptVersion(&max);
+  if (json) {
+    PrintJson({{"pro_ver", pro},
+               {"dept_ver", dept_ver},
+               {"highest_department_version", max},
+               {"version_info", {dir_text, root_text}}});
+    return kExitOk;
+  }
   std::printf("ProVer:                 %u\nDeptVer:                %u\n", pro, dept_ver);
   std::printf("highest department ver: %u\n", max);
-  std::printf("version info:           %s / %s\n", Utf8(dir).c_str(), Utf8(root).c_str());
-  return 0;
+  std::printf("version info:           %s / %s\n", dir_text.c_str(), root_text.c_str());
+  return kExitOk;
 }
 
 }  // namespace
 
 const char* UsersCommand::Help() const {
-  return "usage: vaultkit [--data-root DIR] --account NAME users ACTION\n"
+  return "usage: vaultkit [--data-root DIR] --account NAME users ACTION [--json]\n"
          "  import FILE                  replace the directory with an organisation file\n"
+         "                               (root UserList); any other file is refused\n"
          "  search PREFIX                members whose nickname, name or spelling begins so\n"
          "  dept ID                      the members of a department\n"
          "  depts                        department ids with their versions\n"
          "  find NICK                    uin, departments, name and gender of a member\n"
+         "                               (NICK in any letter case); exit 1 when unknown\n"
          "  versions                     the directory's versions\n"
          "  add DEPT NICK UIN [GENDER]   add a member to a department\n"
          "  delete DEPT NICK             remove a member from a department\n"
@@ -150,7 +254,9 @@ const char* UsersCommand::Help() const {
          "  set-pro-ver N | set-dept-ver N   set a directory-wide version\n";
 }
 
-int UsersCommand::Run(Host& host, const std::vector<std::string>& args) {
+int UsersCommand::Run(Host& host, const std::vector<std::string>& all) {
+  std::vector<std::string> args = all;
+  bool json = TakeFlag(args, "--json");
   if (args.empty()) throw UsageError{"users needs an action (see vaultkit users --help)"};
   const std::string& action = args[0];
   std::vector<std::string> rest(args.begin() + 1, args.end());
@@ -162,36 +268,27 @@ int UsersCommand::Run(Host& host, const std::vector<std::string>& args) {
   ComRef<IUserList> users = OpenUserList(host);
   if (action == "import") {
     need(1, 1);
-    return Import(users.get(), rest[0]);
+    return Import(host, users.get(), rest[0], json);
   }
   if (action == "search") {
     need(1, 1);
-    return Search(users.get(), rest[0]);
+    return Search(users.get(), rest[0], json);
   }
   if (action == "dept") {
     need(1, 1);
-    return Dept(users.get(), Id(rest[0], "ID"));
+    return Dept(users.get(), Id(rest[0], "ID"), json);
   }
   if (action == "depts") {
     need(0, 0);
-    std::vector<ULONG> ids = DeptIds(users.get());
-    std::printf("%zu departments\n", ids.size());
-    for (ULONG id : ids) {
-      ULONG version = 0;
-      LONG members = 0;
-      users->GetDeptVersion(id, &version);
-      users->GetUserCount(id, &members);
-      std::printf("  %-10u version %-10u %d members\n", id, version, members);
-    }
-    return 0;
+    return Depts(users.get(), json);
   }
   if (action == "find") {
     need(1, 1);
-    return Find(users.get(), rest[0]);
+    return Find(users.get(), rest[0], json);
   }
   if (action == "versions") {
     need(0, 0);
-    return Versions(users.get());
+    return Versions(users.get(), json);
   }
   std::u16string nick = rest.size() > 1 ? FromUtf8(rest[1]) : u"";
   BOOL exists = FALSE;
@@ -205,8 +302,9 @@ int UsersCommand::Run(Host& host, const std::vector<std::string>& args) {
     // The row is written even though the answer is E_FAIL: confirm by looking it up.
     users->AddUserEx(Id(rest[0], "DEPT"), &entry, gender);
     users->IsNickExist(nick.c_str(), &exists);
-    std::printf(exists ? "added %s\n" : "could not add %s\n", rest[1].c_str());
-    return exists ? 0 : 1;
+    if (!exists) throw Failure{"could not add " + rest[1] + ": " + FailureReason(E_FAIL)};
+    std::printf("added %s\n", rest[1].c_str());
+    return kExitOk;
   }
   if (action == "delete") {
     need(2, 2);
@@ -214,7 +312,7 @@ int UsersCommand::Run(Host& host, const std::vector<std::string>& args) {
     users->IsNickExist(nick.c_str(), &exists);
     std::printf(exists ? "%s is still a member elsewhere\n" : "%s is no longer a member\n",
                 rest[1].c_str());
-    return 0;
+    return kExitOk;
   }
   if (action == "delete-dept") {
     need(1, 1);
@@ -225,12 +323,14 @@ int UsersCommand::Run(Host& host, const std::vector<std::string>& args) {
     ULONG dept = Id(rest[0], "DEPT"), version = Id(rest[1], "VER"), now = 0;
     users->SetDeptVersion(dept, version);
     users->GetDeptVersion(dept, &now);
+    if (now != version)
+      throw Failure{"department " + rest[0] + " kept version " + std::to_string(now)};
     std::printf("department %u now has version %u\n", dept, now);
-    return now == version ? 0 : 1;
+    return kExitOk;
   }
   if (action == "set-pro-ver" || action == "set-dept-ver") {
     need(1, 1);
-    LONG value = static_cast<LONG>(ParseLong(rest[0], "N"));
+    LONG value = ParseInt32(rest[0], "N");
     return action == "set-pro-ver" ? Report("SetProVer", users->SetProVer(value))
                                    : Report("SetDeptVer", users->SetDeptVer(value));
   }

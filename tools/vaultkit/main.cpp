@@ -16,10 +16,14 @@ void PrintUsage(const std::vector<std::unique_ptr<vk::cli::Command>>& commands) 
       "usage: vaultkit [--data-root DIR] [--account NAME] COMMAND [ARGS]\n\n"
       "The Vaultkit storage component, driven as the client drives it: the command\n"
       "registers the component if needed, creates the module, loads it on the data root\n"
-      "(default: $VAULTKIT_DATA_ROOT, else ~/.local/share/vaultkit; ./demo-data for demo),\n"
-      "changes to the account when one is given, runs COMMAND and unloads.\n\ncommands:\n");
+      "(default: $VAULTKIT_DATA_ROOT, else $XDG_DATA_HOME/vaultkit, else\n"
+      "~/.local/share/vaultkit; ./demo-data for demo), changes to the account when one is\n"
+      "given, runs COMMAND and unloads.\n\ncommands:\n");
   for (const auto& c : commands) std::printf("  %-10s %s\n", c->Name(), c->Summary());
-  std::printf("\n'vaultkit COMMAND --help' describes a command.\n");
+  std::printf(
+      "\n'vaultkit COMMAND --help' describes a command. Read commands take --json.\n"
+      "Exit status: 0 done, 1 not found, 2 wrong command line, 3 the store or a file\n"
+      "failed (the message says why).\n");
 }
 
 }  // namespace
@@ -33,7 +37,7 @@ int main(int argc, char** argv) {
     std::string arg = argv[i];
     if ((arg == "--data-root" || arg == "--account") && i + 1 >= argc) {
       std::fprintf(stderr, "vaultkit: %s needs a value\n", arg.c_str());
-      return 2;
+      return vk::cli::kExitUsage;
     }
     if (arg == "--data-root") {
       data_root = argv[++i];
@@ -42,21 +46,24 @@ int main(int argc, char** argv) {
       account = argv[++i];
       if (account.empty()) {
         std::fprintf(stderr, "vaultkit: --account needs a non-empty name\n");
-        return 2;
+        return vk::cli::kExitUsage;
       }
     } else if (arg == "--help" || arg == "-h") {
       PrintUsage(commands);
       return 0;
+    } else if (arg == "--version") {
+      std::printf("vaultkit %s\n", VK_VERSION);
+      return 0;
     } else if (!arg.empty() && arg[0] == '-') {
       std::fprintf(stderr, "vaultkit: unknown option %s (see vaultkit --help)\n", arg.c_str());
-      return 2;
+      return vk::cli::kExitUsage;
     } else {
       break;
     }
   }
   if (i >= argc) {
     PrintUsage(commands);
-    return 2;
+    return vk::cli::kExitUsage;
   }
   std::string name = argv[i++];
   std::vector<std::string> args(argv + i, argv + argc);
@@ -66,7 +73,7 @@ int main(int argc, char** argv) {
   }
   if (command == nullptr) {
     std::fprintf(stderr, "vaultkit: unknown command '%s' (see vaultkit --help)\n", name.c_str());
-    return 2;
+    return vk::cli::kExitUsage;
   }
   if (vk::cli::WantsHelp(args)) {
     std::printf("%s", command->Help());
@@ -90,9 +97,15 @@ int main(int argc, char** argv) {
     return command->Run(host, args);
   } catch (const vk::cli::UsageError& e) {
     std::fprintf(stderr, "vaultkit: %s\n", e.message.c_str());
-    return 2;
+    return vk::cli::kExitUsage;
+  } catch (const vk::cli::NotFound& e) {
+    std::fprintf(stderr, "vaultkit: %s\n", e.message.c_str());
+    return vk::cli::kExitNotFound;
+  } catch (const vk::cli::Failure& e) {
+    std::fprintf(stderr, "vaultkit: %s\n", e.message.c_str());
+    return vk::cli::kExitFailed;
   } catch (const std::exception& e) {
     std::fprintf(stderr, "vaultkit: %s\n", e.what());
-    return 1;
+    return vk::cli::kExitFailed;
   }
 }

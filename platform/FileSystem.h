@@ -1,0 +1,44 @@
+// The one seam between the component and the operating system's file-changing calls. Every
+// save, copy, rename and delete of the component passes through here, so that a save is
+// always atomic and a test can make any one of these calls fail or stop as a crash would.
+// Paths are native (UTF-8). On failure errno tells why.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <string_view>
+
+namespace vk {
+
+class FileSystem {
+ public:
+  enum class Call { kCreate, kWrite, kSync, kRename, kRemove };
+  // What a fault hook decides for one call.
+  enum class Fault {
+    kNone,   // the call runs
+    kFail,   // the call fails with EIO and the caller cleans up as usual
+    kCrash,  // the call and everything after it in the process stop happening: no further
+             // change reaches the disk, as if the process had died here
+  };
+  using FaultHook = Fault (*)(Call call, const std::string& path, void* context);
+
+  // Installs (or, with null, removes) the process-wide fault hook; for tests only.
+  static void SetFaultHook(FaultHook hook, void* context);
+
+  // Replaces `target` by `bytes`: a temporary file in the same folder is written, flushed to
+  // disk and renamed over the target, then the folder is flushed. A replaced file keeps its
+  // permissions; a new one gets `mode`. On failure the target is as it was and no temporary
+  // file remains.
+  static bool ReplaceContents(const std::string& target, std::string_view bytes,
+                              mode_t mode = 0666);
+  // The same with the bytes of the file `source`, read in chunks.
+  static bool ReplaceWithCopy(const std::string& source, const std::string& target,
+                              mode_t mode = 0666);
+  // Renames a file. Without `replace`, an existing `to` is never overwritten (EEXIST).
+  static bool Rename(const std::string& from, const std::string& to, bool replace);
+  // Deletes a file; a file that is not there counts as deleted.
+  static bool Remove(const std::string& path);
+};
+
+}  // namespace vk
