@@ -109,6 +109,37 @@ check "status lists the damaged copy" grep -q "UserGrid.xml.damaged-" <<<"$("$va
 err=$("$vaultkit" "${a[@]}" users dept 424242 2>&1)
 check "errors say why" grep -q "department 424242 has no members" <<<"$err"
 
+# Contact groups: the company tree with members from the directory, a tree of one's own.
+"$vaultkit" "${a[@]}" groups import "$samples/CompanyGroups.xml" >/dev/null
+tree=$("$vaultkit" "${a[@]}" groups tree 1)
+check "the company tree nests its departments" grep -q "^    设计组 *102 *3 *0$" <<<"$tree"
+check "company members come from the directory" \
+  test "$("$vaultkit" "${a[@]}" groups members 1 100 | sort | tr '\n' ' ')" = "alice.smith lisi zhangsan "
+check "the company tree refuses edits (3)" \
+  test "$(exit_code "$vaultkit" "${a[@]}" groups rename 1 100 x)" = 3
+check "a group file without Groups is refused (3)" \
+  test "$(exit_code "$vaultkit" "${a[@]}" groups import "$samples/org.xml")" = 3
+check "the company tree survives a refused import" grep -q "研发部" <<<"$("$vaultkit" "${a[@]}" groups tree 1)"
+cp "$samples/UserDefinedGroup.xml" "$d/Accounts/alice/"
+id=$("$vaultkit" "${a[@]}" groups add 4 60000001 Lunch)
+check "the legacy file was taken in and renamed" test -e "$d/Accounts/alice/UserDefinedGroup.xml.bak"
+check "a new group's id follows the largest one" test "$id" = 60000011
+"$vaultkit" "${a[@]}" groups add-member 4 "$id" Zhao
+"$vaultkit" "${a[@]}" groups add-member 4 "$id" zhao
+check "nicknames are kept as given" test "$("$vaultkit" "${a[@]}" groups members 4 "$id" | tr '\n' ' ')" = "Zhao zhao "
+"$vaultkit" "${a[@]}" groups delete 4 "$id"
+check "an empty group's members are not found (1)" \
+  test "$(exit_code "$vaultkit" "${a[@]}" groups members 4 "$id")" = 1
+check "a kind out of range exits 2" test "$(exit_code "$vaultkit" "${a[@]}" groups tree 7)" = 2
+check "an id beyond 32 bits exits 2" test "$(exit_code "$vaultkit" "${a[@]}" groups delete 4 4294967296)" = 2
+"$vaultkit" "${a[@]}" groups version 4 set 7
+check "the version reads back" test "$("$vaultkit" "${a[@]}" groups version 4)" = 7
+for read in "groups tree 4" "groups members 1 101" "groups version 2"; do
+  # shellcheck disable=SC2086
+  check "$read --json is one JSON document" python3 -c 'import json,sys; json.load(sys.stdin)' \
+    < <("$vaultkit" "${a[@]}" $read --json 2>/dev/null)
+done
+
 demo=$(cd "$work" && "$vaultkit" demo 2>&1)
 [ "$(grep -c "demo finished$" <<<"$demo")" = 1 ] || echo "$demo" | tail -20
 check "the demo runs to its end" grep -q "demo finished$" <<<"$demo"

@@ -2,6 +2,7 @@
 
 #include "tools/vaultkit/DemoCommand.h"
 #include "tools/vaultkit/GridCommand.h"
+#include "tools/vaultkit/GroupsCommand.h"
 #include "tools/vaultkit/KeyDeptsCommand.h"
 #include "tools/vaultkit/LeaderCommand.h"
 #include "tools/vaultkit/OptionsCommand.h"
@@ -21,6 +22,7 @@ std::vector<std::unique_ptr<Command>> AllCommands() {
   all.push_back(std::make_unique<KeyDeptsCommand>());
   all.push_back(std::make_unique<LeaderCommand>());
   all.push_back(std::make_unique<PortalCommand>());
+  all.push_back(std::make_unique<GroupsCommand>());
   all.push_back(std::make_unique<RunCommand>());
   all.push_back(std::make_unique<DemoCommand>());
   return all;
