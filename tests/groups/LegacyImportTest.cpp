@@ -1,6 +1,3 @@
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <filesystem>
 
 #include "platform/Files.h"
@@ -84,15 +81,6 @@ TEST_F(LegacyImportTest, UnusableFilesImportNothingAndAreStillRenamed) {
     EXPECT_TRUE(IsFileExist(root_.File(u"UserDefinedGroup.xml.bak")));
     std::error_code ignored;
     std::filesystem::remove_all(root_.NativeFile("UserDefinedGroup.xml.bak"), ignored);
-  }
-
-  // A file that cannot be read (not when running as root, who reads everything).
-  root_.WriteBytes("FriendGroup.xml", "<Groups><Group id=\"1\"><U NICK=\"a\"/></Group></Groups>");
-  ::chmod(root_.NativeFile("FriendGroup.xml").c_str(), 0);
-  if (::access(root_.NativeFile("FriendGroup.xml").c_str(), R_OK) != 0) {
-    Open(2);
-    EXPECT_EQ(MemberRows(2), "");
-    EXPECT_TRUE(IsFileExist(root_.File(u"FriendGroup.xml.bak")));
   }
 }
 
