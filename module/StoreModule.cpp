@@ -187,9 +187,15 @@ HRESULT CStoreModule::OnLoad(IUnknown* site) {
   std::u16string data_root = GetFileListPath();
   CreateFolder(data_root + kAccounts);
 
-  if (FAILED(CreateStore(CLSID_OptionStore, global_options_))) {
+  // A failing step reports itself; the load then reports its own failure: two reports,
+  // whichever step failed.
+  auto load_failed = [] {
     VK_REPORT_ASSERT();
     return E_FAIL;
+  };
+  if (FAILED(CreateStore(CLSID_OptionStore, global_options_))) {
+    VK_REPORT_ASSERT();
+    return load_failed();
   }
   std::u16string wez_cfg = data_root + kAccounts + NormalizeSeparators(u"\\wez.cfg");
   EnsureOptionFile(wez_cfg);
@@ -202,16 +208,15 @@ HRESULT CStoreModule::OnLoad(IUnknown* site) {
     if (!sink_->Connect(root_)) throw "Error";
     return S_OK;
   });
-  if (FAILED(hr) || FAILED(CreateStores())) {
+  if (FAILED(hr)) {
     VK_REPORT_ASSERT();
-    return E_FAIL;
+    return load_failed();
   }
+  // Creating and opening the stores report their own failing step.
+  if (FAILED(CreateStores())) return load_failed();
 
   CreateFolder(data_root + kAccounts + NormalizeSeparators(u"\\0"));
-  if (FAILED(OpenDefaultAccountStores())) {
-    VK_REPORT_ASSERT();
-    return E_FAIL;
-  }
+  if (FAILED(OpenDefaultAccountStores())) return load_failed();
   return S_OK;
 }
 

@@ -25,7 +25,6 @@ const vk::XmlStoreSettings kSettings{
 constexpr LONG kMaxTipCount = 9;
 const char16_t* const kNoteNames[] = {u"NoteCN", u"NoteEN", u"NoteTW"};
 const char16_t* const kLinkTextNames[] = {u"LinkTextCN", u"LinkTextEN", u"LinkTextTW"};
-const char16_t* const kNoSuffix[] = {u"", u"", u""};
 
 // Copies text into a fixed field: a text longer than the field is cut to one unit less, so
 // it ends with the zero fill; a text of exactly the field's length fills it completely.

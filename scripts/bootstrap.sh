@@ -2,7 +2,7 @@
 # Installs every Debian package the build, the tests and the demo need. Quiet and quick
 # when everything is already there.
 set -euo pipefail
-packages=(build-essential cmake pkg-config git python3 clang-format
+packages=(build-essential cmake pkg-config git python3 clang clang-format
   libsqlite3-dev libxml2-dev zlib1g-dev libicu-dev unicode-data
   libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev)
 missing=()

@@ -98,18 +98,33 @@ typedef const CLSID* REFCLSID;
 #define VK_DEFINE_GUID(name, l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8) \
   static const GUID name __attribute__((unused)) = {l, w1, w2, {b1, b2, b3, b4, b5, b6, b7, b8}}
 
+/* Nonzero when the two identifiers are equal. */
 VKAPI int IsEqualGUID(const GUID* a, const GUID* b);
-/* Writes "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}" (38 characters and a NUL). */
+/* Writes "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}" (38 characters, upper case, and a NUL). */
 VKAPI void VkGuidToString(const GUID* guid, char out[39]);
+/* Reads that form (hex digits in either case); nonzero on success. Any other text, or a
+ * null argument, answers 0 with *guid untouched. */
 VKAPI int VkGuidFromString(const char* text, GUID* guid);
 
-/* System strings: a 32-bit byte length, the UTF-16 characters, a NUL. */
+/* System strings: a 32-bit byte length, the UTF-16 characters, a NUL; the BSTR points at
+ * the first character. Whoever receives one frees it with SysFreeString, and only there. A
+ * null BSTR is a valid empty string for every function below. The allocators answer null
+ * when memory runs out. */
+/* A copy of the NUL-terminated text; null for a null text. */
 VKAPI BSTR SysAllocString(const OLECHAR* text);
+/* A string of `length` characters copied from `text` (embedded NULs kept), or zero-filled
+ * when `text` is null. */
 VKAPI BSTR SysAllocStringLen(const OLECHAR* text, UINT length);
+/* A string of `length` bytes copied from `bytes`, or zero-filled when `bytes` is null. */
 VKAPI BSTR SysAllocStringByteLen(const char* bytes, UINT length);
+/* Frees the string; null is ignored. */
 VKAPI void SysFreeString(BSTR text);
+/* Length in characters (the stored length, not up to the first NUL); 0 for null. */
 VKAPI UINT SysStringLen(BSTR text);
+/* Length in bytes; 0 for null. */
 VKAPI UINT SysStringByteLen(BSTR text);
+/* Replaces *target by a copy of `text`, freeing the old string. Nonzero on success; 0 with
+ * *target unchanged when memory runs out or `target` is null. */
 VKAPI int SysReAllocString(BSTR* target, const OLECHAR* text);
 
 /* Forward declarations of the interfaces that variants and safe arrays refer to. */
@@ -178,19 +193,42 @@ typedef struct VARIANT {
 } VARIANT;
 typedef VARIANT VARIANTARG;
 
+/* Variants own their string (VT_BSTR), their array (VT_ARRAY | ...) and one reference on
+ * their interface (VT_UNKNOWN, VT_DISPATCH); a VT_BYREF variant owns nothing. */
+/* Makes *v VT_EMPTY without freeing anything: for a variant not yet holding a value. */
 VKAPI void VariantInit(VARIANT* v);
+/* Frees what *v owns and makes it VT_EMPTY. S_OK; DISP_E_BADVARTYPE for a type this runtime
+ * does not know, *v untouched; E_INVALIDARG for null. */
 VKAPI HRESULT VariantClear(VARIANT* v);
+/* Clears *dest, then makes it a deep copy of *src (strings and arrays copied, interfaces
+ * given a reference). S_OK; DISP_E_BADVARTYPE, E_OUTOFMEMORY or E_INVALIDARG with *dest
+ * unchanged. */
 VKAPI HRESULT VariantCopy(VARIANT* dest, const VARIANT* src);
 
+/* Safe arrays work on arrays made by this runtime only; a bad array, dimension or index
+ * answers E_INVALIDARG with nothing changed. */
+/* A new array of `count` zeroed elements (null strings, empty variants, zeros) of VT_BSTR,
+ * VT_VARIANT or VT_I4, indexed from `lower_bound`; the caller destroys it with
+ * SafeArrayDestroy, or hands it on in a variant. Null for another type, bounds that do not
+ * fit 32 bits, or no memory. */
 VKAPI SAFEARRAY* SafeArrayCreateVector(VARTYPE vt, LONG lower_bound, ULONG count);
+/* Frees the array with the strings and variants it holds. S_OK, also for null. */
 VKAPI HRESULT SafeArrayDestroy(SAFEARRAY* array);
+/* The element type. S_OK. */
 VKAPI HRESULT SafeArrayGetVartype(SAFEARRAY* array, VARTYPE* vt);
+/* The lowest index of dimension 1. S_OK. */
 VKAPI HRESULT SafeArrayGetLBound(SAFEARRAY* array, UINT dim, LONG* bound);
+/* The highest index of dimension 1 (lower bound - 1 when empty). S_OK. */
 VKAPI HRESULT SafeArrayGetUBound(SAFEARRAY* array, UINT dim, LONG* bound);
-/* Puts a copy of the element (a BSTR is copied, a variant deep-copied). */
+/* Stores a copy of the element, freeing the one it replaces. `element` is the BSTR itself
+ * for a string array (null stores the empty string), else a pointer to the variant or
+ * integer. S_OK; E_OUTOFMEMORY with the slot unchanged. */
 VKAPI HRESULT SafeArrayPutElement(SAFEARRAY* array, LONG* index, void* element);
-/* Gets a copy of the element that the caller frees. */
+/* Writes a copy of the element to `element` (a BSTR*, VARIANT* or LONG*), which the caller
+ * then owns and frees; what *element held before is overwritten, not freed. S_OK. */
 VKAPI HRESULT SafeArrayGetElement(SAFEARRAY* array, LONG* index, void* element);
+/* A deep copy of `src` in *dest, which the caller destroys; null for a null `src`. S_OK;
+ * E_OUTOFMEMORY or E_INVALIDARG with *dest null. */
 VKAPI HRESULT SafeArrayCopy(SAFEARRAY* src, SAFEARRAY** dest);
 
 typedef struct DISPPARAMS {
@@ -268,6 +306,10 @@ VK_DEFINE_GUID(IID_IConnectionPoint, 0xB196B286, 0xBAB4, 0x101A, 0xB6, 0x9C, 0x0
 VK_DEFINE_GUID(IID_NULL, 0x00000000, 0x0000, 0x0000, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
                0x00);
 
+/* The base of every interface. QueryInterface hands out the object's `riid` interface with
+ * a reference added (S_OK), or null with E_NOINTERFACE. AddRef and Release count references
+ * and return the new count; the object is destroyed by the Release that reaches 0, and the
+ * count returned is for diagnostics only. */
 #ifdef __cplusplus
 struct IUnknown {
   virtual HRESULT QueryInterface(REFIID riid, void** object) = 0;
@@ -276,17 +318,32 @@ struct IUnknown {
 };
 #else
 VK_INTERFACE(IUnknown)
-VK_BEGIN VK_IUNKNOWN_METHODS(IUnknown) VK_END
+VK_BEGIN
+VK_IUNKNOWN_METHODS(IUnknown)
+VK_END
 #endif
 
+/* The factory of one class, from DllGetClassObject or CoGetClassObject. */
 VK_INTERFACE_(IClassFactory, IUnknown)
-VK_BEGIN VK_IUNKNOWN_METHODS(IClassFactory)
-    VK_METHOD(CreateInstance)(VK_THIS_ IUnknown* outer, REFIID riid, void** object) VK_PURE;
+VK_BEGIN
+VK_IUNKNOWN_METHODS(IClassFactory)
+/* A new object answering `riid`, with one reference for the caller, in *object (null on
+ * failure). CLASS_E_NOAGGREGATION for a non-null `outer`; E_NOINTERFACE when the class does
+ * not offer `riid`; E_POINTER for a null `object`. */
+VK_METHOD(CreateInstance)(VK_THIS_ IUnknown* outer, REFIID riid, void** object) VK_PURE;
+/* Counts a lock (TRUE) or removes one (FALSE) that keeps the library loaded: DllCanUnloadNow
+ * answers S_FALSE while any is held. S_OK. */
 VK_METHOD(LockServer)(VK_THIS_ BOOL lock) VK_PURE;
 VK_END
 
+/* Late-bound calls. The component's objects publish no type information and no names:
+ * GetTypeInfoCount gives 0, GetTypeInfo answers E_NOTIMPL, GetIDsOfNames DISP_E_UNKNOWNNAME,
+ * and Invoke DISP_E_MEMBERNOTFOUND except on the event sinks, which take the dispatch ids of
+ * client.h. */
 VK_INTERFACE_(IDispatch, IUnknown)
-VK_BEGIN VK_IUNKNOWN_METHODS(IDispatch) VK_METHOD(GetTypeInfoCount)(VK_THIS_ UINT* count) VK_PURE;
+VK_BEGIN
+VK_IUNKNOWN_METHODS(IDispatch)
+VK_METHOD(GetTypeInfoCount)(VK_THIS_ UINT* count) VK_PURE;
 VK_METHOD(GetTypeInfo)(VK_THIS_ UINT index, LCID lcid, void** info) VK_PURE;
 VK_METHOD(GetIDsOfNames)
 (VK_THIS_ REFIID riid, LPOLESTR* names, UINT count, LCID lcid, DISPID* ids) VK_PURE;
@@ -301,20 +358,32 @@ struct IConnectionPointContainer;
 typedef struct IConnectionPointContainer IConnectionPointContainer;
 #endif
 
+/* One event source of a connection-point container (the client root's IClientRootEvents). */
 VK_INTERFACE_(IConnectionPoint, IUnknown)
-VK_BEGIN VK_IUNKNOWN_METHODS(IConnectionPoint)
-    VK_METHOD(GetConnectionInterface)(VK_THIS_ IID* iid) VK_PURE;
+VK_BEGIN
+VK_IUNKNOWN_METHODS(IConnectionPoint)
+/* The identifier of the events' interface. S_OK. */
+VK_METHOD(GetConnectionInterface)(VK_THIS_ IID* iid) VK_PURE;
+/* The container, with a reference added. S_OK. */
 VK_METHOD(GetConnectionPointContainer)(VK_THIS_ IConnectionPointContainer** container) VK_PURE;
+/* Connects `sink`, which must answer the events' interface; the source keeps a reference to
+ * it until Unadvise. S_OK with a nonzero *cookie; CONNECT_E_CANNOTCONNECT for a sink without
+ * the interface, CONNECT_E_ADVISELIMIT when the source takes no more, *cookie 0. */
 VK_METHOD(Advise)(VK_THIS_ IUnknown* sink, DWORD* cookie) VK_PURE;
+/* Disconnects the sink of `cookie` and releases it. S_OK; CONNECT_E_NOCONNECTION for an
+ * unknown cookie. */
 VK_METHOD(Unadvise)(VK_THIS_ DWORD cookie) VK_PURE;
 /* Enumeration of connections is not offered: answers E_NOTIMPL. */
 VK_METHOD(EnumConnections)(VK_THIS_ void** enumerator) VK_PURE;
 VK_END
 
 VK_INTERFACE_(IConnectionPointContainer, IUnknown)
-VK_BEGIN VK_IUNKNOWN_METHODS(IConnectionPointContainer)
-    /* Enumeration of connection points is not offered: answers E_NOTIMPL. */
-    VK_METHOD(EnumConnectionPoints)(VK_THIS_ void** enumerator) VK_PURE;
+VK_BEGIN
+VK_IUNKNOWN_METHODS(IConnectionPointContainer)
+/* Enumeration of connection points is not offered: answers E_NOTIMPL. */
+VK_METHOD(EnumConnectionPoints)(VK_THIS_ void** enumerator) VK_PURE;
+/* The connection point of the events' interface `riid`, with a reference added. S_OK;
+ * CONNECT_E_NOCONNECTION with null for an interface the container does not source. */
 VK_METHOD(FindConnectionPoint)(VK_THIS_ REFIID riid, IConnectionPoint** point) VK_PURE;
 VK_END
 
@@ -326,19 +395,30 @@ VK_DEFINE_GUID(IID_IErrorInfo, 0x1CF2B120, 0x547D, 0x101B, 0x8E, 0x65, 0x08, 0x0
 VK_DEFINE_GUID(IID_ICreateErrorInfo, 0x22F03340, 0x547D, 0x101B, 0x8E, 0x65, 0x08, 0x00, 0x2B, 0x2B,
                0xD1, 0x19);
 
-/* Each getter hands out a new string (or the GUID) that the caller frees with SysFreeString;
- * an unset string is handed out as null. */
+/* Each string getter hands out a new string that the caller frees with SysFreeString; an
+ * unset string is handed out as null. Getters answer S_OK, E_INVALIDARG for a null
+ * pointer, E_OUTOFMEMORY when the copy cannot be made. */
 VK_INTERFACE_(IErrorInfo, IUnknown)
-VK_BEGIN VK_IUNKNOWN_METHODS(IErrorInfo) VK_METHOD(GetGUID)(VK_THIS_ GUID* guid) VK_PURE;
+VK_BEGIN
+VK_IUNKNOWN_METHODS(IErrorInfo)
+/* The identifier of the interface that failed; all zero when unset, as the component
+ * leaves it. */
+VK_METHOD(GetGUID)(VK_THIS_ GUID* guid) VK_PURE;
+/* Who failed; the component leaves it unset (null). */
 VK_METHOD(GetSource)(VK_THIS_ BSTR* source) VK_PURE;
+/* Why: the component sets "<path>: <reason>" for a file and the XML library's message for
+ * a document. */
 VK_METHOD(GetDescription)(VK_THIS_ BSTR* description) VK_PURE;
 VK_METHOD(GetHelpFile)(VK_THIS_ BSTR* help_file) VK_PURE;
 VK_METHOD(GetHelpContext)(VK_THIS_ DWORD* help_context) VK_PURE;
 VK_END
 
-/* Each setter copies its argument; null clears the string. */
+/* Each setter copies its argument (the caller keeps its own); null clears the string.
+ * Always S_OK. */
 VK_INTERFACE_(ICreateErrorInfo, IUnknown)
-VK_BEGIN VK_IUNKNOWN_METHODS(ICreateErrorInfo) VK_METHOD(SetGUID)(VK_THIS_ REFGUID guid) VK_PURE;
+VK_BEGIN
+VK_IUNKNOWN_METHODS(ICreateErrorInfo)
+VK_METHOD(SetGUID)(VK_THIS_ REFGUID guid) VK_PURE;
 VK_METHOD(SetSource)(VK_THIS_ LPCOLESTR source) VK_PURE;
 VK_METHOD(SetDescription)(VK_THIS_ LPCOLESTR description) VK_PURE;
 VK_METHOD(SetHelpFile)(VK_THIS_ LPCOLESTR help_file) VK_PURE;
@@ -346,13 +426,17 @@ VK_METHOD(SetHelpContext)(VK_THIS_ DWORD help_context) VK_PURE;
 VK_END
 
 VK_EXTERN_C_BEGIN
-/* A new, empty error object (one reference, answering IErrorInfo and ICreateErrorInfo). */
+/* A new, empty error object (one reference for the caller, answering IErrorInfo and
+ * ICreateErrorInfo). S_OK; E_INVALIDARG for a null pointer. */
 VKAPI HRESULT CreateErrorInfo(ICreateErrorInfo** info);
-/* Replaces the calling thread's error object; null clears it. `reserved` must be 0. The
- * thread keeps its own reference. */
+/* Replaces the calling thread's error object; null clears it. The thread keeps its own
+ * reference (released when replaced or when the thread ends); the caller keeps its own.
+ * S_OK; E_INVALIDARG when `reserved` is not 0. */
 VKAPI HRESULT SetErrorInfo(ULONG reserved, IErrorInfo* info);
 /* Hands the calling thread's error object to the caller (who releases it) and clears it:
- * S_OK with the object, S_FALSE with null when there is none. */
+ * S_OK with the object, S_FALSE with null when there is none. E_INVALIDARG for a null
+ * pointer or a nonzero `reserved`. Read it right after the failed call: the next failure on
+ * the thread replaces it. */
 VKAPI HRESULT GetErrorInfo(ULONG reserved, IErrorInfo** info);
 VK_EXTERN_C_END
 
@@ -408,13 +492,33 @@ VK_EXTERN_C_BEGIN
 
 #define CLSCTX_INPROC_SERVER 1
 
-/* The registry file: $VAULTKIT_REGISTRY, else $XDG_CONFIG_HOME/vaultkit/registry (default
- * ~/.config/vaultkit/registry). Lines "clsid {GUID} PATH" and "progid NAME {GUID}". */
+/* The registry file: $VAULTKIT_REGISTRY, else $XDG_CONFIG_HOME/vaultkit/registry (an
+ * absolute XDG_CONFIG_HOME only; default ~/.config/vaultkit/registry). Lines
+ * "clsid {GUID} PATH" and "progid NAME {GUID}". */
+/* Copies the registry file's path with its NUL into `out`. S_OK; E_INVALIDARG when it does
+ * not fit `size` bytes, E_FAIL when no path can be made (no home folder), E_POINTER for a
+ * null `out`; `out` is unchanged on failure. */
 VKAPI HRESULT VkRegistryPath(char* out, size_t size);
+/* Records `library_path` (absolute) as the in-process server of `clsid` and, unless
+ * `prog_id` is null or empty, `prog_id` as its name, replacing earlier lines of either. The
+ * file is replaced whole, so a failure leaves it as it was. S_OK; E_INVALIDARG for a
+ * relative or missing path or a ProgID holding blanks or control characters; E_ACCESSDENIED
+ * or E_FAIL when the file cannot be written. */
 VKAPI HRESULT VkRegisterClass(REFCLSID clsid, const char* prog_id, const char* library_path);
+/* The class registered under `prog_id` (compared ignoring the case of A to Z; the last line
+ * wins). S_OK; CO_E_CLASSSTRING for an unknown or malformed name, *clsid untouched;
+ * E_INVALIDARG for a null argument. */
 VKAPI HRESULT CLSIDFromProgID(LPCOLESTR prog_id, CLSID* clsid);
+/* Loads the library registered for `clsid` (it stays loaded for the life of the process) and
+ * hands out its class object answering `riid`, with one reference for the caller. *object
+ * is null on failure: REGDB_E_CLASSNOTREG when the class is not registered or `context`
+ * lacks CLSCTX_INPROC_SERVER; 0x8007007E when the library cannot be loaded; 0x800401F9 when
+ * it has no DllGetClassObject; otherwise the library's own status. $VAULTKIT_DEBUG set
+ * prints why a library could not be used on stderr. */
 VKAPI HRESULT CoGetClassObject(REFCLSID clsid, DWORD context, void* reserved, REFIID riid,
                                void** object);
+/* CoGetClassObject, then IClassFactory::CreateInstance: the new object in *object with one
+ * reference for the caller, null on failure with the first failing status. */
 VKAPI HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID riid,
                                void** object);
 
@@ -424,16 +528,21 @@ VKAPI HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, R
 typedef void (*VkTimerProc)(void* context, UINT timer_id);
 typedef uint64_t (*VkClockProc)(void* context); /* milliseconds */
 
-/* Arms (or re-arms with a new interval) timer `timer_id` of `owner`. */
+/* Arms (or re-arms with a new interval) timer `timer_id` of `owner`: `proc` runs with
+ * `context` every `interval_ms` (at least 10) from now, until killed. A null `proc` is
+ * ignored. Procedures may arm and kill timers. */
 VKAPI void VkSetTimer(void* owner, UINT timer_id, UINT interval_ms, VkTimerProc proc,
                       void* context);
+/* Disarms the timer; an unknown one is ignored. */
 VKAPI void VkKillTimer(void* owner, UINT timer_id);
 /* Kills every timer of `owner` (a window being destroyed). */
 VKAPI void VkKillTimers(void* owner);
+/* The loop's clock, in milliseconds. */
 VKAPI uint64_t VkGetTickCount(void);
 /* Replaces the loop's clock; null restores the steady system clock. */
 VKAPI void VkSetClock(VkClockProc clock, void* context);
-/* Runs every timer that is due now; returns how many ran. */
+/* Runs every timer that is due now, each once however late, in due order; returns how many
+ * ran. A timer's next run counts from now. */
 VKAPI int VkPumpMessages(void);
 /* Milliseconds until the next timer is due, or -1 when none is armed. */
 VKAPI int64_t VkNextTimerDelay(void);

@@ -149,7 +149,8 @@ TEST_F(PortalStoreTest, DepartmentListWritesOneEntryPastTheLength) {
 
 TEST_F(PortalStoreTest, TipsFillTheCallersRecords) {
   std::string tips;
-  for (int i = 0; i < 10; ++i) tips += Tip("t" + std::to_string(i), "l", "cn", "en");
+  for (int i = 0; i < 10; ++i)
+    tips += Tip(std::string("t").append(std::to_string(i)), "l", "cn", "en");
   tips += Tip(std::string(300, 'n'), std::string(1024, 'L'), std::string(256, 'c'), "");
   tips += Tip(std::string(256, 'm'), std::string(1500, 'K'), std::string(257, 'd'), "");
   Publish(kHeader + "<PORTAL><UserTips>" + tips + "</UserTips></PORTAL>\n");

@@ -77,7 +77,9 @@ TEST_F(UserListTest, GetDeptUsersCopiesAtMost31UnitsWithoutTerminating) {
   // Stored through UpdateNick, which writes the nickname as given (any length, any case).
   Add(4, u"short", 1);
   Add(4, u"tmp", 2);
-  ASSERT_EQ(list_->UpdateNick(2, (u"N" + long_nick.substr(1)).c_str()), S_OK);
+  std::u16string capitalised = long_nick;
+  capitalised[0] = u'N';
+  ASSERT_EQ(list_->UpdateNick(2, capitalised.c_str()), S_OK);
   UserListEntry entries[3];
   std::memset(entries, 0xFF, sizeof entries);
   LONG count = -1;

@@ -4,12 +4,15 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cctype>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <optional>
 
 #include "platform/Text.h"
+#include "storage/XmlErrorTrap.h"
 #include "tools/vaultkit/Host.h"
 #include "tools/vaultkit/Json.h"
 #include "tools/vaultkit/StoreAccess.h"
@@ -30,10 +33,19 @@ std::pair<uintmax_t, std::filesystem::file_time_type> RebuildStamp(const std::st
   return {info.st_ino, std::filesystem::last_write_time(path, ec)};
 }
 
-// The first element of an XML file, read without loading the whole file.
+// The first element of an XML file, read without loading the whole file. A file declared
+// GB2312 is read as GBK, its superset, as the import reads it.
 std::optional<std::string> FirstElement(const std::string& file) {
-  xmlTextReaderPtr reader = xmlReaderForFile(
-      file.c_str(), nullptr, XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
+  std::ifstream in(file, std::ios::binary);
+  std::string head(256, '\0');
+  in.read(head.data(), static_cast<std::streamsize>(head.size()));
+  head.resize(static_cast<size_t>(in.gcount()));
+  head = head.substr(0, head.find("?>"));
+  std::transform(head.begin(), head.end(), head.begin(), [](char c) { return std::tolower(c); });
+  bool gbk = head.starts_with("<?xml") && head.find("gb2312") != std::string::npos;
+  XmlErrorTrap quiet;
+  xmlTextReaderPtr reader = xmlReaderForFile(file.c_str(), gbk ? "GBK" : nullptr,
+                                             XML_PARSE_NONET | (gbk ? XML_PARSE_IGNORE_ENC : 0));
   if (reader == nullptr) return std::nullopt;
   std::optional<std::string> name;
   while (xmlTextReaderRead(reader) == 1) {
