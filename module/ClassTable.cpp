@@ -1,5 +1,6 @@
 #include "module/ClassTable.h"
 
+#include "groups/WEZGroupStore.h"
 #include "messages/LocalOffMsgStore.h"
 #include "messages/RevertDialogStore.h"
 #include "module/Exports.h"
@@ -40,6 +41,7 @@ const ClassEntry kClasses[] = {
      &CreateObject<CWEZProfileProStore>},
     {&CLSID_WEZProfileStore, "IWEZProfileStore", "CWEZProfileStore",
      &CreateObject<CWEZProfileStore>},
+    {&CLSID_WEZGroupStore, "IWEZGroupStore", "CWEZGroupStore", &CreateObject<CWEZGroupStore>},
 };
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "groups/ModuleInstance.h"
 #include "module/ClassTable.h"
 #include "platform/Assert.h"
 #include "platform/Files.h"
@@ -71,6 +72,8 @@ std::u16string FromBstr(BSTR text) {
 
 CStoreModule::CStoreModule() : sink_(new RootEventSink()) {
   g_instance = this;
+  // The company group store reaches the user list through this record.
+  ModuleInstance::Record(this, marker_.Watch());
   ++ServerLocks();  // the library stays loaded while a module exists
   flush_timer_.tick.Subscribe(this, &CStoreModule::Flush);
   flush_timer_.Start(true);

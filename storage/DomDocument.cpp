@@ -203,6 +203,10 @@ DomNode DomDocument::ContextNode() const {
   return DomNode(state_, root != nullptr ? root : reinterpret_cast<xmlNodePtr>(state_->Doc()));
 }
 
+DomNode DomDocument::DocumentNode() const {
+  return DomNode(state_, reinterpret_cast<xmlNodePtr>(state_->Doc()));
+}
+
 DomNode DomDocument::SelectSingleNode(std::u16string_view xpath) const {
   return ContextNode().SelectSingleNode(xpath);
 }

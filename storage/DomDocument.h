@@ -43,6 +43,9 @@ class DomDocument {
   std::u16string Xml() const;
 
   DomNode DocumentElement() const;
+  // The document itself as a node: XPath from it has the document as the context node, so a
+  // relative path names the document element first ("Root/Child").
+  DomNode DocumentNode() const;
   // XPath 1.0 with the document element as the context node.
   DomNode SelectSingleNode(std::u16string_view xpath) const;
   DomNodeList SelectNodes(std::u16string_view xpath) const;

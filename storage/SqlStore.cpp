@@ -34,12 +34,17 @@ void SqlStore::OpenDb() {
 }
 
 void SqlStore::CloseDb() {
-  for (sqlite3_stmt*& statement : statements_) {
+  auto finalize = [](sqlite3_stmt*& statement) {
     if (statement != nullptr) {
       sqlite3_finalize(statement);
       statement = nullptr;
     }
+  };
+  for (size_t index : schema_.close_order) {
+    if (index < statements_.size()) finalize(statements_[index]);
   }
+  // Everything not named by the closing order, in preparation order.
+  for (sqlite3_stmt*& statement : statements_) finalize(statement);
   if (db_ != nullptr) {
     sqlite3_close(db_);
     db_ = nullptr;

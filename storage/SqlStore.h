@@ -20,6 +20,9 @@ struct SqlSchema {
   bool report_begin_error = false;          // widen a failed BEGIN's message to the debugger
   std::vector<const char*> script;          // CREATE TABLE ..., then CREATE INDEX ...
   std::vector<const char16_t*> statements;  // prepared in this order
+  // Indexes into `statements` in the order the store holds and finalises them; empty: the
+  // order of preparation.
+  std::vector<size_t> close_order;
 };
 
 class SqlStore {
@@ -36,7 +39,8 @@ class SqlStore {
   // statement; does nothing while a connection is open. A failed open leaves the store
   // closed; a statement that fails to prepare stays null.
   void OpenDb();
-  // Finalises every statement in order, then closes the connection. Harmless when closed.
+  // Finalises every statement in the schema's closing order, then closes the connection.
+  // Harmless when closed.
   void CloseDb();
   // Runs the schema script on any connection (the live one or a rebuild's own).
   void CreateSchema(sqlite3* db) const;

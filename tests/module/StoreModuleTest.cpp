@@ -286,6 +286,41 @@ TEST_F(ModuleTest, LastModuleConstructedIsTheProcessWideInstance) {
   EXPECT_EQ(CStoreModule::Instance(), second);  // never cleared
 }
 
+TEST_F(ModuleTest, CompanyGroupStoreTakesMembersFromTheUserListOfALiveModule) {
+  module->OnLoad(static_cast<IModuleSite*>(site));
+  IUserList* list = nullptr;
+  ASSERT_EQ(module->GetUserList(&list), S_OK);
+  std::u16string list_path = data.Path() + u"userList5.dat";
+  ASSERT_EQ(list->Initialize(list_path.c_str(), static_cast<IClientRoot*>(root)), S_OK);
+  UserListEntry entry{};
+  entry.uin = 7;
+  std::u16string(u"ZhangSan").copy(entry.nick, 31);
+  list->AddUser(10000002, &entry);
+  list->Release();
+
+  std::u16string group_path = data.Path() + u"Group.dat";
+  auto members = [&](CStoreModule* current) {
+    IWEZGroupStore* company = nullptr;
+    LocalCreate(CLSID_WEZGroupStore, IID_IWEZGroupStore, reinterpret_cast<void**>(&company));
+    company->Initialize(group_path.c_str(), 1);
+    BSTR nicks[1] = {};
+    LONG count = -1;
+    HRESULT hr = company->GetMembers(10000002, nicks, &count);
+    // A failure leaves the count as it was.
+    std::u16string out = hr == S_OK ? std::u16string(nicks[0]) : count == -1 ? u"failed" : u"?";
+    SysFreeString(nicks[0]);
+    company->Release();
+    EXPECT_EQ(CStoreModule::Instance(), current);
+    return out;
+  };
+  EXPECT_EQ(members(module), u"zhangsan");  // the user list folds nicknames
+  // A module that holds no user list, and one that is gone: no members, nothing touched.
+  auto* unloaded = new CStoreModule();
+  EXPECT_EQ(members(unloaded), u"failed");
+  unloaded->Release();
+  EXPECT_EQ(members(unloaded), u"failed");
+}
+
 TEST(LocalCreation, NullOutPointerAndUnknownClass) {
   EXPECT_EQ(LocalCreate(CLSID_StoreModule, IID_IClientModule, nullptr), E_INVALIDARG);
   void* object = reinterpret_cast<void*>(0x1);

@@ -10,6 +10,7 @@
 #include "org/UserList.h"
 #include "runtime/ComObject.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/SqlRows.h"
 #include "tests/support/TempDataRoot.h"
 
 namespace vk::test {
@@ -78,24 +79,7 @@ class UserListFixture : public ::testing::Test {
 
   // Rows of a query through a connection of the test's own, joined with ";".
   static std::string Query(const std::u16string& db_path, const char* sql) {
-    sqlite3* db = nullptr;
-    std::string out;
-    if (sqlite3_open16(db_path.c_str(), &db) == SQLITE_OK) {
-      sqlite3_stmt* st = nullptr;
-      if (sqlite3_prepare_v2(db, sql, -1, &st, nullptr) == SQLITE_OK) {
-        while (sqlite3_step(st) == SQLITE_ROW) {
-          for (int c = 0; c < sqlite3_column_count(st); ++c) {
-            const unsigned char* text = sqlite3_column_text(st, c);
-            out += c ? "|" : "";
-            out += text ? reinterpret_cast<const char*>(text) : "NULL";
-          }
-          out += ";";
-        }
-      }
-      sqlite3_finalize(st);
-    }
-    sqlite3_close(db);
-    return out;
+    return SqlRows(db_path, sql);
   }
   std::string Query(const char* sql) { return Query(path_, sql); }
 

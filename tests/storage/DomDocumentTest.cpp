@@ -125,6 +125,11 @@ TEST_F(DomDocumentTest, XPathRunsFromTheDocumentElement) {
   EXPECT_EQ(version.NodeValue(), u"4");
   version.SetNodeValue(u"a&b<\"c\"");
   EXPECT_EQ(doc.DocumentElement().GetAttribute(u"ProVer"), u"a&b<\"c\"");
+
+  // From the document node a relative path starts with the document element's name.
+  EXPECT_EQ(doc.DocumentNode().SelectSingleNode(u"Root"), doc.DocumentElement());
+  EXPECT_EQ(doc.DocumentNode().SelectNodes(u"Root/User").Length(), 1);
+  EXPECT_TRUE(doc.DocumentNode().SelectSingleNode(u"User").IsNull());
 }
 
 TEST_F(DomDocumentTest, RemovingANodeThatIsNotAChildRaises) {

@@ -19,9 +19,8 @@ exit_code() { "$@" >/dev/null 2>&1; echo $?; }
 d="$work/d"
 out=$("$vaultkit" --data-root "$d" status)
 check "status names the module" grep -q "Norvane.WEZ.Store" <<<"$out"
-check "status names the first missing store class" grep -q "the load stopped at the first store class not yet built" <<<"$out"
+check "the load runs to its end" grep -q "^load: *succeeded" <<<"$out"
 check "wez.cfg is exactly FF FE" test "$(od -An -tx1 "$d/Accounts/wez.cfg" | tr -d ' \n')" = "fffe"
-check "the assertion report reaches the log" grep -q "ASSERT HAPPENS!" "$d/vaultkit.log"
 
 "$vaultkit" --data-root "$d" options set k 5
 check "options get prints the value" test "$("$vaultkit" --data-root "$d" options get k)" = 5
@@ -161,7 +160,9 @@ check "status exits as its load went" test "$code" = "$want"
 again=$("$vaultkit" "${a[@]}" status)
 check "status shows this run's reports only" \
   test "$(grep -c "ASSERT HAPPENS" <<<"$again")" = "$(grep -c "ASSERT HAPPENS" <<<"$status")"
-check "reports keep their line breaks" grep -q "^file: " <<<"$status"
+# An account name that would leave Accounts is refused with an assertion report.
+check "reports keep their line breaks" grep -q "^file: " <<<"$("$vaultkit" --data-root "$d" --account .. status)"
+check "the report reaches the log" grep -q "ASSERT HAPPENS!" "$d/vaultkit.log"
 printf '<?xml version="1.0" encoding="gb2312"?>\n<UserGrid ProVer="1"><User Grid="5" Ni' \
   >"$d/Accounts/alice/UserGrid.xml"
 "$vaultkit" "${a[@]}" grid list >/dev/null
@@ -216,6 +217,37 @@ for read in "dialogs list" "dialogs switches" "offmsg list" "offmsg count" "offm
   check "$read --json is one JSON document" python3 -c 'import json,sys; json.load(sys.stdin)' \
     < <("$vaultkit" "${a[@]}" $read --json 2>/dev/null)
 done
+
+# Contact groups: the company tree with members from the directory, a tree of one's own.
+"$vaultkit" "${a[@]}" groups import "$samples/CompanyGroups.xml" >/dev/null
+tree=$("$vaultkit" "${a[@]}" groups tree 1)
+check "the company tree nests its departments" grep -q "^    设计组 *102 *3 *0$" <<<"$tree"
+check "company members come from the directory" \
+  test "$("$vaultkit" "${a[@]}" groups members 1 100 | sort | tr '\n' ' ')" = "alice.smith lisi zhangsan "
+check "the company tree refuses edits (3)" \
+  test "$(exit_code "$vaultkit" "${a[@]}" groups rename 1 100 x)" = 3
+check "a group file without Groups is refused (3)" \
+  test "$(exit_code "$vaultkit" "${a[@]}" groups import "$samples/org.xml")" = 3
+check "the company tree survives a refused import" grep -q "研发部" <<<"$("$vaultkit" "${a[@]}" groups tree 1)"
+cp "$samples/UserDefinedGroup.xml" "$d/Accounts/alice/"
+id=$("$vaultkit" "${a[@]}" groups add 4 60000001 Lunch)
+check "the legacy file was taken in and renamed" test -e "$d/Accounts/alice/UserDefinedGroup.xml.bak"
+check "a new group's id follows the largest one" test "$id" = 60000011
+"$vaultkit" "${a[@]}" groups add-member 4 "$id" Zhao
+"$vaultkit" "${a[@]}" groups add-member 4 "$id" zhao
+check "nicknames are kept as given" test "$("$vaultkit" "${a[@]}" groups members 4 "$id" | tr '\n' ' ')" = "Zhao zhao "
+"$vaultkit" "${a[@]}" groups delete 4 "$id"
+check "an empty group's members are not found (1)" \
+  test "$(exit_code "$vaultkit" "${a[@]}" groups members 4 "$id")" = 1
+check "a kind out of range exits 2" test "$(exit_code "$vaultkit" "${a[@]}" groups tree 7)" = 2
+check "an id beyond 32 bits exits 2" test "$(exit_code "$vaultkit" "${a[@]}" groups delete 4 4294967296)" = 2
+"$vaultkit" "${a[@]}" groups version 4 set 7
+check "the version reads back" test "$("$vaultkit" "${a[@]}" groups version 4)" = 7
+for read in "groups tree 4" "groups members 1 101" "groups version 2"; do
+  # shellcheck disable=SC2086
+  check "$read --json is one JSON document" python3 -c 'import json,sys; json.load(sys.stdin)' \
+    < <("$vaultkit" "${a[@]}" $read --json 2>/dev/null)
+done
 "$vaultkit" "${a[@]}" offmsg generate --records 2 >/dev/null
 check "offmsg show --json is one JSON document" python3 -c 'import json,sys; json.load(sys.stdin)' \
   < <("$vaultkit" "${a[@]}" offmsg show im0 --json)
@@ -224,7 +256,6 @@ rm "$d/Accounts/alice/OffMsgFiles/IM/alice.txt"
 check "check clears a channel with only its index" test ! -e "$d/Accounts/alice/OffMsgFiles/IM/alice.xml"
 
 demo=$(cd "$work" && "$vaultkit" demo 2>&1)
-[ "$(grep -c "demo finished$" <<<"$demo")" = 1 ] || echo "$demo" | tail -20
 check "the demo runs to its end" grep -q "demo finished$" <<<"$demo"
 check "the demo's flush ran twice" grep -q "2 flushes" <<<"$demo"
 check "the demo stores the second Mum as mum1" grep -qx "mum1" <<<"$demo"

@@ -4,6 +4,7 @@
 #include "tools/vaultkit/DemoCommand.h"
 #include "tools/vaultkit/DialogsCommand.h"
 #include "tools/vaultkit/GridCommand.h"
+#include "tools/vaultkit/GroupsCommand.h"
 #include "tools/vaultkit/InspectCommand.h"
 #include "tools/vaultkit/ItemsCommand.h"
 #include "tools/vaultkit/KeyDeptsCommand.h"
@@ -35,6 +36,7 @@ std::vector<std::unique_ptr<Command>> AllCommands() {
   all.push_back(std::make_unique<ProfilesCommand>());
   all.push_back(std::make_unique<BuddiesCommand>());
   all.push_back(std::make_unique<InspectCommand>());
+  all.push_back(std::make_unique<GroupsCommand>());
   all.push_back(std::make_unique<RunCommand>());
   all.push_back(std::make_unique<DemoCommand>());
   return all;

@@ -4,6 +4,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "platform/Files.h"
 #include "platform/Text.h"
 #include "tools/vaultkit/Commands.h"
 #include "tools/vaultkit/Host.h"
@@ -176,6 +177,31 @@ int DemoCommand::Run(Host& host, const std::vector<std::string>& args) {
     ShowBytes(folder + "WEZProfilePro.dat", 24);
     step("inspect", {folder + "WEZProfile.dat"});
     step("inspect", {folder + "WEZProfilePro.dat"});
+
+    Banner("Contact groups: the company tree, with members from the directory");
+    step("groups", {"import", samples + "/CompanyGroups.xml"});
+    step("groups", {"tree", "1"});
+    step("groups", {"members", "1", "101"});
+
+    Banner("Contact groups: an earlier client's file taken in, then the user's own edits");
+    const std::u16string legacy = host.AccountFile("UserDefinedGroup.xml");
+    ReplaceFileWithCopy(FromUtf8(samples + "/UserDefinedGroup.xml"), legacy);
+    std::printf("copied %s to %s\n", (samples + "/UserDefinedGroup.xml").c_str(),
+                ToUtf8(legacy).c_str());
+    {
+      // Opening the store (as the account change does) takes the file in and renames it.
+      ComRef<IWEZGroupStore> own = OpenGroupStore(host, VK_GROUP_USER_DEFINED);
+      own->Initialize(host.AccountFile("UserDefinedGroup.dat").c_str(), VK_GROUP_USER_DEFINED);
+    }
+    std::printf("%s now: %s; %s.bak: %s\n", ToUtf8(legacy).c_str(),
+                IsFileExist(legacy) ? "still there" : "gone", ToUtf8(legacy).c_str(),
+                IsFileExist(legacy + u".bak") ? "there" : "missing");
+    step("groups", {"tree", "4"});
+    step("groups", {"add", "4", "60000001", "午餐小组"});
+    step("groups", {"add-member", "4", "60000011", "zhaoliu"});
+    step("groups", {"rename", "4", "60000010", "项目二组"});
+    step("groups", {"tree", "4"});
+    step("groups", {"members", "4", "60000011", "--json"});
   }
 
   Banner("Readiness and root events");

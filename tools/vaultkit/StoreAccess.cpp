@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "client/ModuleSite.h"
+#include "platform/Files.h"
 #include "platform/Text.h"
 #include "tools/vaultkit/Command.h"
 #include "tools/vaultkit/Host.h"
@@ -144,6 +145,53 @@ ComRef<ILocalOffMsgStore> OpenOffMsgs(Host& host) {
                   host.DataRoot() + ": " + FailureReason(hr)};
   }
   return held;
+}
+
+ComRef<IWEZGroupStore> OpenGroupStore(Host& host, LONG kind) {
+  static const char16_t* const kRows[] = {u"company groups (1)",  u"frequent contacts (2)",
+                                          u"recent contacts (3)", u"user-defined groups (4)",
+                                          u"mobile groups (5)",   u"external groups (6)"};
+  static const char* const kFiles[] = {"Group.dat",       "FriendGroup.dat",
+                                       "RecentGroup.dat", "UserDefinedGroup.dat",
+                                       "MobileGroup.dat", "WEZExtGroup.dat"};
+  if (kind < 1 || kind > 6) throw UsageError{"KIND is a group kind from 1 to 6"};
+  const char16_t* row = kRows[kind - 1];
+  const std::u16string path = host.HasAccount()
+                                  ? host.AccountFile(kFiles[kind - 1])
+                                  : FromUtf8(host.DataRoot() + "Accounts/0/" + kFiles[kind - 1]);
+  if (kind == VK_GROUP_COMPANY && host.HasAccount() && host.Stores() != nullptr &&
+      host.OpenedFile(u"user list").empty()) {
+    IUserList* users = nullptr;
+    if (SUCCEEDED(host.Stores()->GetUserList(&users)) && users != nullptr) {
+      users->Initialize(host.AccountFile("userList5.dat").c_str(),
+                        static_cast<IClientRoot*>(host.Root()));
+      users->Release();
+    }
+  }
+  HRESULT opened = S_OK;
+  // The module's own store only while it has this very file open.
+  IWEZGroupStore* store = host.Store<IWEZGroupStore>(
+      row,
+      [&](IWEZStore* m, IWEZGroupStore** s) {
+        return host.OpenedFile(row) == path ? m->GetGroupStore(s, kind) : E_FAIL;
+      },
+      u"IWEZGroupStore",
+      [&](IWEZGroupStore* s) {
+        // The module creates the default folder only when its load gets that far.
+        CreateFolders(path.substr(0, path.rfind(u'/')));
+        return opened = s->Initialize(path.c_str(), kind);
+      });
+  if (store == nullptr) {
+    throw Failure{FAILED(opened) ? "cannot open " + ToUtf8(path) + ": " + FailureReason(opened)
+                                 : "the component has no class IWEZGroupStore"};
+  }
+  // Opening answers S_OK even when the database could not be opened; a count tells.
+  LONG count = 0;
+  if (store->GetGroupCount(&count) != S_OK) {
+    store->Release();
+    throw Failure{"cannot open the group database " + ToUtf8(path)};
+  }
+  return ComRef<IWEZGroupStore>(store);
 }
 
 std::string StatusName(HRESULT hr) {

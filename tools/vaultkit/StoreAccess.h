@@ -28,6 +28,10 @@ ComRef<ILocalOffMsgStore> OpenOffMsgs(Host& host);
 // Without --account, the profile store of the default folder "0".
 ComRef<IWEZProfileStore> OpenProfiles(Host& host);
 ComRef<IWEZProfileProStore> OpenBuddyProfiles(Host& host);
+// The group store of `kind` (1 to 6) on the account's file, or without an account on the
+// default folder "0" where the module's load opens it. For the company tree the module's user
+// list, which answers its member queries, is opened on the account's directory first.
+ComRef<IWEZGroupStore> OpenGroupStore(Host& host, LONG kind);
 
 // Reads a status as the operation's contract gives it: a status in `success` is success
 // (kExitOk); any other prints "vaultkit: <what> failed: <why>" on stderr and returns
