@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <string>
 
+#include "bench/BenchSupport.h"
 #include "client/ClientRoot.h"
 #include "client/ModuleSite.h"
 #include "messages/LocalOffMsgStore.h"
@@ -26,18 +27,11 @@ constexpr int kRecords = 10000;
 constexpr int kConversations = 1000;
 constexpr int kDialogs = 1000;
 
-std::string TempFolder() {
-  std::string pattern = std::filesystem::temp_directory_path().string() + "/vk-bench-XXXXXX";
-  if (::mkdtemp(pattern.data()) == nullptr) abort();
-  return pattern + "/";
-}
+using vk::bench::MeanNanoseconds;
 
-template <typename Work>
-double MeanNanoseconds(int rounds, Work&& work) {
-  auto start = std::chrono::steady_clock::now();
-  for (int i = 0; i < rounds; ++i) work(i);
-  std::chrono::duration<double, std::nano> spent = std::chrono::steady_clock::now() - start;
-  return spent.count() / rounds;
+// The shared scratch folder, as a prefix for file names.
+std::string TempFolder() {
+  return vk::bench::TempFolder() + "/";
 }
 
 // Mean wall time of one loop round; call right after the loop, before the baseline runs.

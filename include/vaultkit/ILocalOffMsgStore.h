@@ -55,9 +55,9 @@ VK_METHOD(SetFileLastWriteTime)(VK_THIS_ LONG channel, LPCOLESTR time) VK_PURE;
 VK_METHOD(ClearChannel)(VK_THIS_ LONG channel) VK_PURE;
 /* Removes every index record of that identifier (regardless of case) from the instant
  * message index and, only when that succeeded, from the discussion index, lowering
- * DataSum; message bodies stay in the data files. S_OK (also for a missing index); -1 (a
- * failure code) when an index could be changed but its DataSum not written back; E_FAIL
- * when an index is damaged. */
+ * DataSum; message bodies stay in the data files. S_OK (also for a missing index, and for a
+ * damaged one, which is left unchanged); -1 (a failure code) when an index could be changed
+ * but its DataSum not written back. */
 VK_METHOD(DeleteOffMsgIndexByID)(VK_THIS_ LPCOLESTR id) VK_PURE;
 /* Clears (as ClearChannel) each channel whose index declares no message or cannot be
  * read. S_OK. */

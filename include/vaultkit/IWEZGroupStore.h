@@ -40,7 +40,7 @@ VK_METHOD(Initialize)(VK_THIS_ LPCOLESTR path, LONG kind) VK_PURE;
 /* The version of the tree's server data, as a new string the caller frees: S_OK; S_FALSE
  * with "0" when none is stored; E_FAIL otherwise. *version is cleared first and may hold a
  * string after E_FAIL too: free it whatever the status. A null `version` gets an assertion
- * report but is not refused: never pass one. */
+ * report and E_INVALIDARG. */
 VK_METHOD(GetVersion)(VK_THIS_ BSTR* version) VK_PURE;
 /* Stores the version text as given. S_OK or E_FAIL. */
 VK_METHOD(SetVersion)(VK_THIS_ LPCOLESTR version) VK_PURE;

@@ -195,7 +195,8 @@ TEST_F(DomDocumentTest, NodeValuesFollowTheW3CRules) {
   element.SetText(u"a &amp; b <c>");
   EXPECT_EQ(element.Text(), u"a &amp; b <c>");
   EXPECT_EQ(text.NodeValue(), u"new & <improved>");
-  EXPECT_NE(doc.SaveToBytes().find("<R><T>a &amp;amp; b &lt;c&gt;</T><!--c--></R>"), std::string::npos);
+  EXPECT_NE(doc.SaveToBytes().find("<R><T>a &amp;amp; b &lt;c&gt;</T><!--c--></R>"),
+            std::string::npos);
   element.SetText(u"");
   EXPECT_TRUE(element.FirstChild().IsNull());
   EXPECT_EQ(CatchComError([&] { text.SetText(u"x"); }).Status(), E_FAIL);

@@ -1,11 +1,11 @@
 #include "tools/vaultkit/Commands.h"
 
 #include "tools/vaultkit/BuddiesCommand.h"
+#include "tools/vaultkit/DecipherCommand.h"
 #include "tools/vaultkit/DemoCommand.h"
 #include "tools/vaultkit/DialogsCommand.h"
 #include "tools/vaultkit/GridCommand.h"
 #include "tools/vaultkit/GroupsCommand.h"
-#include "tools/vaultkit/InspectCommand.h"
 #include "tools/vaultkit/ItemsCommand.h"
 #include "tools/vaultkit/KeyDeptsCommand.h"
 #include "tools/vaultkit/LeaderCommand.h"
@@ -35,7 +35,7 @@ std::vector<std::unique_ptr<Command>> AllCommands() {
   all.push_back(std::make_unique<OffMsgCommand>());
   all.push_back(std::make_unique<ProfilesCommand>());
   all.push_back(std::make_unique<BuddiesCommand>());
-  all.push_back(std::make_unique<InspectCommand>());
+  all.push_back(std::make_unique<DecipherCommand>());
   all.push_back(std::make_unique<GroupsCommand>());
   all.push_back(std::make_unique<RunCommand>());
   all.push_back(std::make_unique<DemoCommand>());

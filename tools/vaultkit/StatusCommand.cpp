@@ -156,8 +156,7 @@ int StatusCommand::Run(Host& host, const std::vector<std::string>& all) {
   }
   table.Print();
   if (FAILED(host.LoadStatus()) && !first_missing.empty()) {
-    std::printf("\nthe load stopped at the first store class not yet built: %s\n",
-                first_missing.c_str());
+    std::printf("\nthe load stopped before creating: %s\n", first_missing.c_str());
   }
   if (!reports.empty()) {
     std::printf("\nassertion reports of this run (%svaultkit.log):\n", host.DataRoot().c_str());

@@ -5,7 +5,7 @@
 namespace vk::cli {
 
 // inspect FILE: the plain XML of an enciphered profile file.
-class InspectCommand : public Command {
+class DecipherCommand : public Command {
  public:
   const char* Name() const override { return "inspect"; }
   const char* Summary() const override {

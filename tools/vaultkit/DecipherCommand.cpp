@@ -1,4 +1,4 @@
-#include "tools/vaultkit/InspectCommand.h"
+#include "tools/vaultkit/DecipherCommand.h"
 
 #include <cstdio>
 #include <filesystem>
@@ -11,7 +11,7 @@
 
 namespace vk::cli {
 
-const char* InspectCommand::Help() const {
+const char* DecipherCommand::Help() const {
   return "usage: vaultkit inspect FILE [--json]\n"
          "Deciphers FILE (WEZProfile.dat or WEZProfilePro.dat) with the key the stores make\n"
          "from the name of the folder that holds it (the account's folder) and prints the XML\n"
@@ -21,7 +21,7 @@ const char* InspectCommand::Help() const {
          "stores would start empty on such a file.\n";
 }
 
-int InspectCommand::Run(Host&, const std::vector<std::string>& all) {
+int DecipherCommand::Run(Host&, const std::vector<std::string>& all) {
   std::vector<std::string> args = all;
   bool json = TakeFlag(args, "--json");
   if (args.size() != 1) throw UsageError{"inspect takes one FILE"};
