@@ -1,7 +1,5 @@
 #include "platform/ProfileFile.h"
 
-#include <initializer_list>
-
 #include "platform/Text.h"
 
 namespace vk {
@@ -152,21 +150,6 @@ void ProfileFile::Insert(size_t at, std::u16string text) {
   line.changed = true;
   lines_.insert(lines_.begin() + static_cast<std::ptrdiff_t>(at), std::move(line));
 }
-
-namespace {
-
-// Joins the parts with one allocation. (GCC 12 at -O3 sees a false overlap in the
-// operator+ chains of std::u16string and warns with -Wrestrict.)
-std::u16string Concat(std::initializer_list<std::u16string_view> parts) {
-  size_t size = 0;
-  for (std::u16string_view part : parts) size += part.size();
-  std::u16string joined;
-  joined.reserve(size);
-  for (std::u16string_view part : parts) joined.append(part);
-  return joined;
-}
-
-}  // namespace
 
 bool ProfileFile::Set(std::u16string_view section, std::u16string_view key,
                       std::u16string_view value) {

@@ -298,4 +298,13 @@ bool EqualsIgnoringCase(std::u16string_view a, std::u16string_view b) {
   return true;
 }
 
+std::u16string Concat(std::initializer_list<std::u16string_view> parts) {
+  size_t size = 0;
+  for (std::u16string_view part : parts) size += part.size();
+  std::u16string joined;
+  joined.reserve(size);
+  for (std::u16string_view part : parts) joined.append(part);
+  return joined;
+}
+
 }  // namespace vk

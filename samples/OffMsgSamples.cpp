@@ -75,19 +75,19 @@ std::vector<OffMsgRecord> SampleOffMsgRecords(int count, int conversations,
   records.reserve(static_cast<size_t>(count > 0 ? count : 0));
   for (int i = 0; i < count; ++i) {
     int conversation = conversations > 0 ? i % conversations : 0;
-    std::u16string id = std::u16string(prefix) + Number(conversation);
-    std::u16string sender = u"user" + Number(conversation);
+    std::u16string id = Concat({prefix, Number(conversation)});
+    std::u16string sender = Concat({u"user", Number(conversation)});
     OffMsgRecord r;
     r.msg_id = id;
     r.create_time = 1700000000 + i;
     r.sender = sender;
     r.receivers = u"me";
-    r.type = u"1";
-    r.title = u"消息 " + Number(i);
-    r.session_desc = u"会话 " + id;
-    r.body = u"<Msg From=\"" + sender + u"\" Time=\"" + Number(r.create_time) +
-             u"\"><Text>离线消息 " + Number(i) +
-             u": the quick brown fox jumps over the lazy dog.</Text></Msg>";
+    r.type.assign(1, u'1');  // (assigning the literal trips GCC 12's -Wrestrict at -O3)
+    r.title = Concat({u"消息 ", Number(i)});
+    r.session_desc = Concat({u"会话 ", id});
+    r.body = Concat({u"<Msg From=\"", sender, u"\" Time=\"", Number(r.create_time),
+                     u"\"><Text>离线消息 ", Number(i),
+                     u": the quick brown fox jumps over the lazy dog.</Text></Msg>"});
     records.push_back(std::move(r));
   }
   return records;
@@ -95,8 +95,9 @@ std::vector<OffMsgRecord> SampleOffMsgRecords(int count, int conversations,
 
 std::u16string OffMsgChannelFolder(std::u16string_view data_root, std::u16string_view account,
                                    LONG channel) {
-  std::u16string folder = std::u16string(data_root) + u"Accounts\\" + std::u16string(account) +
-                          (channel == 2 ? u"\\OffMsgFiles\\DisGroup\\" : u"\\OffMsgFiles\\IM\\");
+  std::u16string folder =
+      Concat({data_root, u"Accounts\\", account,
+              channel == 2 ? u"\\OffMsgFiles\\DisGroup\\" : u"\\OffMsgFiles\\IM\\"});
   return NormalizeSeparators(folder);
 }
 
