@@ -255,6 +255,12 @@ rm "$d/Accounts/alice/OffMsgFiles/IM/alice.txt"
 "$vaultkit" "${a[@]}" offmsg check >/dev/null
 check "check clears a channel with only its index" test ! -e "$d/Accounts/alice/OffMsgFiles/IM/alice.xml"
 
+# A registry written by an older build (the module's ProgID only) is brought up to date.
+grep -v "^progid" "$VAULTKIT_REGISTRY" >"$work/old-registry"
+grep -i "^progid Vaultkit.StoreModule" "$VAULTKIT_REGISTRY" >>"$work/old-registry"
+VAULTKIT_REGISTRY="$work/old-registry" "$vaultkit" --data-root "$d" status >/dev/null
+check "an older registry gains the newer classes" grep -q "^progid IWEZGroupStore" "$work/old-registry"
+
 demo=$(cd "$work" && "$vaultkit" demo 2>&1)
 check "the demo runs to its end" grep -q "demo finished$" <<<"$demo"
 check "the demo's flush ran twice" grep -q "2 flushes" <<<"$demo"

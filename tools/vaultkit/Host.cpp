@@ -53,15 +53,31 @@ Host::~Host() {
   root_->Release();
 }
 
-// Registers the component when the registry does not already send the module's ProgID to
-// the library this command was built with.
+// Registers the component unless the registry already sends every class's ProgID to the
+// library this command uses (a registry written by an older build may lack newer classes).
 void Host::EnsureRegistered() {
+  static const char16_t* const kProgIds[] = {u"Vaultkit.StoreModule",
+                                             u"Vaultkit.WEZProfileProStore",
+                                             u"IDeptLeader",
+                                             u"IKeyDepts",
+                                             u"ILocalOffMsgStore",
+                                             u"IMobileProfileStore",
+                                             u"IOptionStore",
+                                             u"IPortalStore",
+                                             u"IRevertDialogStore",
+                                             u"IWEZGroupStore",
+                                             u"IWEZItemStore",
+                                             u"IWEZProfileStore",
+                                             u"IUserGrid",
+                                             u"IUserList"};
   std::string component = InstallLayout::ComponentPath();
   char registry[4096] = {};
-  bool registered = false;
+  bool registered = SUCCEEDED(VkRegistryPath(registry, sizeof registry));
   CLSID clsid;
-  if (SUCCEEDED(VkRegistryPath(registry, sizeof registry)) &&
-      SUCCEEDED(CLSIDFromProgID(u"Vaultkit.StoreModule", &clsid))) {
+  for (const char16_t* prog_id : kProgIds) {
+    registered = registered && SUCCEEDED(CLSIDFromProgID(prog_id, &clsid));
+  }
+  if (registered) {
     std::ifstream in(registry);
     std::stringstream text;
     text << in.rdbuf();
