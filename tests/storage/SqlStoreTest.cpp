@@ -2,6 +2,7 @@
 #include <stdlib.h>
 
 #include <filesystem>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -63,6 +64,14 @@ class SqlStoreTest : public ::testing::Test {
     return out;
   }
 
+  // A store on the test's file, opened.
+  std::unique_ptr<vk::SqlStore> Opened(vk::SqlSchema schema = TestSchema()) {
+    auto store = std::make_unique<vk::SqlStore>(std::move(schema));
+    store->SetPath(path_);
+    store->OpenDb();
+    return store;
+  }
+
   static int Insert(vk::SqlStore& store, int64_t id, const char16_t* label, int weight) {
     vk::SqlCall call(store.Statement(kInsert));
     call.BindInt64(1, id).BindText(2, std::u16string(label)).BindInt(3, weight);
@@ -102,18 +111,16 @@ TEST_F(SqlStoreTest, OpeningCreatesTheSchemaAndReopeningKeepsTheData) {
 }
 
 TEST_F(SqlStoreTest, InsertWithAnExistingKeyReplacesTheRow) {
-  vk::SqlStore store(TestSchema());
-  store.SetPath(path_);
-  store.OpenDb();
-  EXPECT_EQ(Insert(store, 7, u"first", 1), SQLITE_DONE);
-  EXPECT_EQ(Insert(store, 7, u"second", 2), SQLITE_DONE);
-  // 32-bit identifiers are widened without sign.
+  auto store = Opened();
+  EXPECT_EQ(Insert(*store, 7, u"first", 1), SQLITE_DONE);
+  EXPECT_EQ(Insert(*store, 7, u"second", 2), SQLITE_DONE);
   {
-    vk::SqlCall call(store.Statement(kInsert));
+    // 32-bit identifiers are widened without sign.
+    vk::SqlCall call(store->Statement(kInsert));
     call.BindU32(1, 0xFFFFFFFFu).BindText(2, u"max").BindInt(3, 0);
     EXPECT_EQ(call.Step(), SQLITE_DONE);
   }
-  store.CloseDb();
+  store->CloseDb();
   EXPECT_EQ(Query("SELECT id || ':' || label FROM item ORDER BY id"), "7:second;4294967295:max;");
 }
 
@@ -136,70 +143,59 @@ TEST_F(SqlStoreTest, ClosedOrNeverOpenedStoreHasNoStatementsAndFailsItsBinds) {
   EXPECT_FALSE(store.IsOpen());
   // Out-of-range indexes are not statements either.
   EXPECT_EQ(store.Statement(99), nullptr);
+  // A failed open leaves the store closed.
+  vk::SqlStore elsewhere(TestSchema());
+  elsewhere.SetPath((dir_ / "no-such-folder" / "store.dat").u16string());
+  elsewhere.OpenDb();
+  EXPECT_FALSE(elsewhere.IsOpen());
+  EXPECT_EQ(elsewhere.Statement(kSelectAll), nullptr);
 }
 
-TEST_F(SqlStoreTest, FailedOpenLeavesTheStoreClosed) {
-  vk::SqlStore store(TestSchema());
-  store.SetPath((dir_ / "no-such-folder" / "store.dat").u16string());
-  store.OpenDb();
-  EXPECT_FALSE(store.IsOpen());
-  EXPECT_EQ(store.Statement(kSelectAll), nullptr);
-}
-
-TEST_F(SqlStoreTest, FailedBindSkipsTheStepAndStillResets) {
-  vk::SqlStore store(TestSchema());
-  store.SetPath(path_);
-  store.OpenDb();
-  ASSERT_EQ(Insert(store, 1, u"one", 1), SQLITE_DONE);
+TEST_F(SqlStoreTest, BindingRules) {
+  auto store = Opened();
+  ASSERT_EQ(Insert(*store, 1, u"one", 42), SQLITE_DONE);
   {
     // Parameter 9 does not exist: the pass stops there and nothing is written.
-    vk::SqlCall call(store.Statement(kInsert));
+    vk::SqlCall call(store->Statement(kInsert));
     call.BindInt64(1, 2).BindInt(9, 0).BindText(2, u"never");
     EXPECT_FALSE(call.Bound());
     EXPECT_EQ(call.Step(), vk::SqlCall::kNotStepped);
   }
-  {
+  try {
     // A query left mid-cursor by an exception is reset by the call's end.
-    try {
-      vk::SqlCall call(store.Statement(kSelectAll));
-      ASSERT_EQ(call.Step(), SQLITE_ROW);
-      throw std::runtime_error("between step and reset");
-    } catch (const std::runtime_error&) {
-    }
+    vk::SqlCall call(store->Statement(kSelectAll));
+    ASSERT_EQ(call.Step(), SQLITE_ROW);
+    throw std::runtime_error("between step and reset");
+  } catch (const std::runtime_error&) {
   }
-  vk::SqlCall count(store.Statement(kSelectAll));
-  ASSERT_EQ(count.Step(), SQLITE_ROW);
-  EXPECT_EQ(count.ColumnInt64(0), 1);
-}
-
-TEST_F(SqlStoreTest, UnboundParametersKeepThePreviousUsesValues) {
-  vk::SqlStore store(TestSchema());
-  store.SetPath(path_);
-  store.OpenDb();
-  ASSERT_EQ(Insert(store, 1, u"one", 42), SQLITE_DONE);
   {
-    // Only parameters 1 and 2: the weight stays 42 from the previous use.
-    vk::SqlCall call(store.Statement(kInsert));
+    vk::SqlCall count(store->Statement(kSelectAll));
+    ASSERT_EQ(count.Step(), SQLITE_ROW);
+    EXPECT_EQ(count.ColumnInt64(0), 1);
+  }
+  // Parameters left unbound keep the previous use's values: the weight stays 42.
+  {
+    vk::SqlCall call(store->Statement(kInsert));
     call.BindInt64(1, 2).BindText(2, u"two");
     EXPECT_EQ(call.Step(), SQLITE_DONE);
   }
-  vk::SqlCall read(store.Statement(kSelectById));
-  read.BindInt64(1, 2);
-  ASSERT_EQ(read.Step(), SQLITE_ROW);
-  EXPECT_EQ(read.ColumnString(0), u"two");
-  EXPECT_EQ(read.ColumnInt(1), 42);
-}
-
-TEST_F(SqlStoreTest, NeverBoundParameterReadsAsNull) {
-  vk::SqlStore store(TestSchema());
-  store.SetPath(path_);
-  store.OpenDb();
   {
-    vk::SqlCall call(store.Statement(kInsert));
+    vk::SqlCall read(store->Statement(kSelectById));
+    read.BindInt64(1, 2);
+    ASSERT_EQ(read.Step(), SQLITE_ROW);
+    EXPECT_EQ(read.ColumnString(0), u"two");
+    EXPECT_EQ(read.ColumnInt(1), 42);
+  }
+  // On a fresh statement a parameter never bound reads as null.
+  vk::SqlStore fresh(TestSchema());
+  fresh.SetPath(path_);
+  fresh.OpenDb();
+  {
+    vk::SqlCall call(fresh.Statement(kInsert));
     call.BindInt64(1, 5).BindInt(3, 1);
     EXPECT_EQ(call.Step(), SQLITE_DONE);
   }
-  vk::SqlCall read(store.Statement(kSelectById));
+  vk::SqlCall read(fresh.Statement(kSelectById));
   read.BindInt64(1, 5);
   ASSERT_EQ(read.Step(), SQLITE_ROW);
   EXPECT_EQ(read.ColumnText(0), nullptr);
@@ -207,14 +203,12 @@ TEST_F(SqlStoreTest, NeverBoundParameterReadsAsNull) {
 }
 
 TEST_F(SqlStoreTest, ExecHandsBackAndReleasesTheEnginesMessage) {
-  vk::SqlStore store(TestSchema());
-  store.SetPath(path_);
-  store.OpenDb();
+  auto store = Opened();
   std::u16string error;
-  EXPECT_NE(vk::SqlStore::Exec(store.Connection(), "SELEC nonsense", &error), SQLITE_OK);
+  EXPECT_NE(vk::SqlStore::Exec(store->Connection(), "SELEC nonsense", &error), SQLITE_OK);
   EXPECT_NE(error.find(u"syntax error"), std::u16string::npos);
   error.clear();
-  EXPECT_EQ(vk::SqlStore::Exec(store.Connection(), "SELECT 1", &error), SQLITE_OK);
+  EXPECT_EQ(vk::SqlStore::Exec(store->Connection(), "SELECT 1", &error), SQLITE_OK);
   EXPECT_TRUE(error.empty());
 }
 
@@ -247,22 +241,17 @@ TEST_F(SqlStoreTest, FailedBeginIsReportedOnlyWhenTheStoreAsksForIt) {
       vk::SetDebugSink([&](const std::string& line) { lines.push_back(line); });
   vk::SqlSchema quiet = TestSchema();
   quiet.begin = "BEGIN NONSENSE";
-  vk::SqlStore silent(quiet);
-  silent.SetPath(path_);
-  silent.OpenDb();
+  Opened(quiet)->CloseDb();
   EXPECT_TRUE(lines.empty());
-  silent.CloseDb();
 
   vk::SqlSchema loud = quiet;
   loud.report_begin_error = true;
-  vk::SqlStore store(loud);
-  store.SetPath(path_);
-  store.OpenDb();
+  auto store = Opened(loud);
   vk::SetDebugSink(previous);
   ASSERT_EQ(lines.size(), 1u);
   EXPECT_NE(lines[0].find("syntax error"), std::string::npos);
   // The script still ran statement by statement without the transaction.
-  EXPECT_NE(store.Statement(kInsert), nullptr);
+  EXPECT_NE(store->Statement(kInsert), nullptr);
 }
 
 TEST_F(SqlStoreTest, LockedRunsUnderTheLockAndReleasesItWhenTheBodyThrows) {
