@@ -42,6 +42,10 @@ bool Rows(sqlite3* db, const char* sql, const std::string& parameter,
 std::string Joined(const std::vector<std::string>& items, const char* separator) {
   std::string text;
   for (const std::string& item : items) text += (text.empty() ? "" : separator) + item;
+  // SQLite's integrity report spreads over lines; a problem is reported on one.
+  for (char& c : text) {
+    if (c == '\n' || c == '\r') c = ' ';
+  }
   return text;
 }
 
