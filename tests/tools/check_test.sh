@@ -71,6 +71,9 @@ cases=$(cat <<'TABLE'
 4|record 1 (MsgID "im0"): Addr 99999 and Len 146 lie outside the data file|sed -i 's/Addr="0"/Addr="99999"/' "$f/OffMsgFiles/IM/alice.xml"
 4|record 1 (MsgID "im0"): its body does not decompress|poke "$f/OffMsgFiles/IM/alice.txt" 2 'abcd'
 4|OffMsgFiles/DisGroup/alice.xml does not parse as an index|cut_to "$f/OffMsgFiles/DisGroup/alice.xml" 100
+4|Group.dat is a folder, not a file: the group store of the company answers E_FAIL|rm "$f/Group.dat"; mkdir "$f/Group.dat"
+4|Leader.xml is not a regular file|rm "$f/Leader.xml"; mkfifo "$f/Leader.xml"
+4|KeyDepts.xml is a link to a file that is not there|rm "$f/KeyDepts.xml"; ln -s gone.xml "$f/KeyDepts.xml"
 TABLE
 )
 n=0
@@ -88,6 +91,21 @@ while IFS='|' read -r status text damage; do
   check "case $n changed nothing" test "$(snapshot "$root")" = "$planted"
   rm -rf "$root"
 done <<<"$cases"
+
+# Any content, in every file at once: each file holds the bytes of the next one in the
+# listing, then every file is cut to half its length. The check reports damage, never crashes.
+root="$work/scrambled"
+cp -a "$healthy" "$root"
+mapfile -t files < <(find "$root/Accounts/alice" -type f | LC_ALL=C sort)
+cp "${files[0]}" "$work/first"
+for ((i = 0; i + 1 < ${#files[@]}; i++)); do cp "${files[i + 1]}" "${files[i]}"; done
+cp "$work/first" "${files[-1]}"
+"$vaultkit" --data-root "$root" check >/dev/null 2>&1
+check "scrambled contents are reported as damage (exit 4)" test $? = 4
+for file in "${files[@]}"; do cut_to "$file" $(($(stat -c %s "$file") / 2)); done
+"$vaultkit" --data-root "$root" check --json >"$work/scrambled.json" 2>&1
+check "halved files are reported as damage (exit 4)" test $? = 4
+check "... in one JSON document" grep -q '"healthy": false' "$work/scrambled.json"
 
 echo "check_test: $passed passed, $failed failed"
 test "$failed" = 0

@@ -18,7 +18,9 @@ CheckedFile::CheckedFile(std::filesystem::path path) : path_(std::move(path)) {
   }
   std::filesystem::file_status target = std::filesystem::status(path_, ec);
   if (ec) {
-    reason_ = "cannot be examined (" + ec.message() + ")";
+    reason_ = ec == std::errc::no_such_file_or_directory
+                  ? "is a link to a file that is not there"
+                  : "cannot be examined (" + ec.message() + ")";
   } else if (target.type() == std::filesystem::file_type::regular) {
     state_ = State::kFile;
     size_ = std::filesystem::file_size(path_, ec);
