@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <ctime>
 
+#include "messages/DialogSwitches.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "storage/LeadingDigits.h"
@@ -103,13 +104,7 @@ bool CRevertDialogStore::ValidateFile() const {
   Opened opened = Open(xml, false);
   if (opened == Opened::kUnreadable) return false;
   if (opened == Opened::kNoRoot) return true;  // kept as it is
-  auto one_of = [&](std::u16string_view name, std::initializer_list<std::u16string_view> valid) {
-    std::u16string value = xml.GetAttrib(name);
-    return std::find(valid.begin(), valid.end(), value) != valid.end();
-  };
-  return one_of(u"RevertOpenConfig", {u"0", u"1", u"2"}) &&
-         one_of(u"IsNeedtoRevert", {u"0", u"1"}) && one_of(u"Revertalready", {u"0", u"1"}) &&
-         one_of(u"RCARight", {u"0", u"1"}) && one_of(u"OfflineToOnline", {u"0", u"1"});
+  return vk::InvalidDialogSwitch(xml).empty();
 }
 
 HRESULT CRevertDialogStore::ResetFile() {

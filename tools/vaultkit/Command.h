@@ -15,6 +15,14 @@ enum ExitStatus : int {
   kExitNotFound = 1,  // a lookup found nothing
   kExitUsage = 2,     // the command line is wrong
   kExitFailed = 3,    // a store refused the operation, or a file cannot be used
+  kExitDamaged = 4,   // check: a file the stores would not read as it stands
+};
+
+// Where a command that does not load the component works: the data root and account the
+// command line names (the account empty when none is given).
+struct Location {
+  std::string data_root;
+  std::string account;
 };
 
 // A usage error: printed as one line, exit status 2.
@@ -38,6 +46,10 @@ class Command {
   virtual const char* Help() const = 0;
   // Returns the process exit status.
   virtual int Run(Host& host, const std::vector<std::string>& args) = 0;
+  // Loading the component writes files (templates, option files, folders). A command that
+  // must leave the data root exactly as it is answers false and runs through RunUnloaded.
+  virtual bool LoadsComponent() const { return true; }
+  virtual int RunUnloaded(const Location&, const std::vector<std::string>&) { return kExitUsage; }
 };
 
 // Numbers in the range of the operation's own type; anything else is a UsageError naming

@@ -1,6 +1,7 @@
 #include "tools/vaultkit/Commands.h"
 
 #include "tools/vaultkit/BuddiesCommand.h"
+#include "tools/vaultkit/CheckCommand.h"
 #include "tools/vaultkit/DecipherCommand.h"
 #include "tools/vaultkit/DemoCommand.h"
 #include "tools/vaultkit/DialogsCommand.h"
@@ -37,6 +38,7 @@ std::vector<std::unique_ptr<Command>> AllCommands() {
   all.push_back(std::make_unique<BuddiesCommand>());
   all.push_back(std::make_unique<DecipherCommand>());
   all.push_back(std::make_unique<GroupsCommand>());
+  all.push_back(std::make_unique<CheckCommand>());
   all.push_back(std::make_unique<RunCommand>());
   all.push_back(std::make_unique<DemoCommand>());
   return all;

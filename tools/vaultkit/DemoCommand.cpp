@@ -226,6 +226,9 @@ int DemoCommand::Run(Host& host, const std::vector<std::string>& args) {
   VkSetClock(nullptr, nullptr);
   std::printf("two minutes of loop time, %d flushes\n", fired);
 
+  Banner("The account folder, checked as support staff check a user's folder");
+  step("check", {});
+
   std::printf("\ndemo finished%s\n", failures == 0 ? "" : " with failures");
   return failures == 0 ? kExitOk : kExitFailed;
 }

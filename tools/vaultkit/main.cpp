@@ -23,7 +23,7 @@ void PrintUsage(const std::vector<std::unique_ptr<vk::cli::Command>>& commands) 
   std::printf(
       "\n'vaultkit COMMAND --help' describes a command. Read commands take --json.\n"
       "Exit status: 0 done, 1 not found, 2 wrong command line, 3 the store or a file\n"
-      "failed (the message says why).\n");
+      "failed (the message says why), 4 check found a damaged file.\n");
 }
 
 }  // namespace
@@ -92,6 +92,7 @@ int main(int argc, char** argv) {
     }
   }
   try {
+    if (!command->LoadsComponent()) return command->RunUnloaded({data_root, account}, args);
     vk::cli::Host host(data_root, account);
     host.Load();
     return command->Run(host, args);
