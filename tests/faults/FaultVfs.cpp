@@ -9,115 +9,74 @@ namespace {
 struct FaultFile {
   sqlite3_file base;
   sqlite3_file* real;
-  bool counted;  // a database or journal that outlives the connection
+  bool counted;  // a database or its journal, not a temporary file of the engine
 };
 
-sqlite3_vfs* Real(sqlite3_vfs* vfs) {
+sqlite3_file* RealOf(sqlite3_file* file) {
+  return reinterpret_cast<FaultFile*>(file)->real;
+}
+sqlite3_vfs* RealOf(sqlite3_vfs* vfs) {
   return static_cast<sqlite3_vfs*>(vfs->pAppData);
 }
-FaultFile* Of(sqlite3_file* file) {
-  return reinterpret_cast<FaultFile*>(file);
-}
-sqlite3_file* RealOf(sqlite3_file* file) {
-  return Of(file)->real;
-}
 
-// SQLITE_OK when the change may go ahead, else the error SQLite is to see.
-int Check(sqlite3_file* file, int error) {
-  if (!Of(file)->counted) return SQLITE_OK;
-  return FaultPlan::Next() == FileSystem::Fault::kNone ? SQLITE_OK : error;
-}
+// Passes a call of the file's methods to the wrapped file; one with an `error` asks the plan
+// first and answers the error instead when the plan says no.
+template <auto Method, int error = SQLITE_OK>
+struct File;
+template <typename... Args, int (*sqlite3_io_methods::*Method)(sqlite3_file*, Args...), int error>
+struct File<Method, error> {
+  static int Call(sqlite3_file* file, Args... args) {
+    if (error != SQLITE_OK && reinterpret_cast<FaultFile*>(file)->counted &&
+        FaultPlan::Next() != FileSystem::Fault::kNone) {
+      return error;
+    }
+    return (RealOf(file)->pMethods->*Method)(RealOf(file), args...);
+  }
+};
 
-int Close(sqlite3_file* f) {
-  return RealOf(f)->pMethods->xClose(RealOf(f));
-}
-int Read(sqlite3_file* f, void* out, int n, sqlite3_int64 at) {
-  return RealOf(f)->pMethods->xRead(RealOf(f), out, n, at);
-}
-int Write(sqlite3_file* f, const void* in, int n, sqlite3_int64 at) {
-  const int rc = Check(f, SQLITE_IOERR_WRITE);
-  return rc != SQLITE_OK ? rc : RealOf(f)->pMethods->xWrite(RealOf(f), in, n, at);
-}
-int Truncate(sqlite3_file* f, sqlite3_int64 size) {
-  const int rc = Check(f, SQLITE_IOERR_TRUNCATE);
-  return rc != SQLITE_OK ? rc : RealOf(f)->pMethods->xTruncate(RealOf(f), size);
-}
-int Sync(sqlite3_file* f, int flags) {
-  const int rc = Check(f, SQLITE_IOERR_FSYNC);
-  return rc != SQLITE_OK ? rc : RealOf(f)->pMethods->xSync(RealOf(f), flags);
-}
-int FileSize(sqlite3_file* f, sqlite3_int64* size) {
-  return RealOf(f)->pMethods->xFileSize(RealOf(f), size);
-}
-int Lock(sqlite3_file* f, int level) {
-  return RealOf(f)->pMethods->xLock(RealOf(f), level);
-}
-int Unlock(sqlite3_file* f, int level) {
-  return RealOf(f)->pMethods->xUnlock(RealOf(f), level);
-}
-int CheckReservedLock(sqlite3_file* f, int* out) {
-  return RealOf(f)->pMethods->xCheckReservedLock(RealOf(f), out);
-}
-int FileControl(sqlite3_file* f, int op, void* arg) {
-  return RealOf(f)->pMethods->xFileControl(RealOf(f), op, arg);
-}
-int SectorSize(sqlite3_file* f) {
-  return RealOf(f)->pMethods->xSectorSize(RealOf(f));
-}
-int DeviceCharacteristics(sqlite3_file* f) {
-  return RealOf(f)->pMethods->xDeviceCharacteristics(RealOf(f));
-}
+// Passes a call of the file system's methods to the wrapped one.
+template <auto Method>
+struct System;
+template <typename... Args, int (*sqlite3_vfs::*Method)(sqlite3_vfs*, Args...)>
+struct System<Method> {
+  static int Call(sqlite3_vfs* vfs, Args... args) {
+    return (RealOf(vfs)->*Method)(RealOf(vfs), args...);
+  }
+};
 
 // Version 1: no shared memory (no WAL) and no memory mapping, so every change is a write.
 sqlite3_io_methods Methods() {
+  using M = sqlite3_io_methods;
   sqlite3_io_methods methods{};
   methods.iVersion = 1;
-  methods.xClose = &Close;
-  methods.xRead = &Read;
-  methods.xWrite = &Write;
-  methods.xTruncate = &Truncate;
-  methods.xSync = &Sync;
-  methods.xFileSize = &FileSize;
-  methods.xLock = &Lock;
-  methods.xUnlock = &Unlock;
-  methods.xCheckReservedLock = &CheckReservedLock;
-  methods.xFileControl = &FileControl;
-  methods.xSectorSize = &SectorSize;
-  methods.xDeviceCharacteristics = &DeviceCharacteristics;
+  methods.xClose = &File<&M::xClose>::Call;
+  methods.xRead = &File<&M::xRead>::Call;
+  methods.xWrite = &File<&M::xWrite, SQLITE_IOERR_WRITE>::Call;
+  methods.xTruncate = &File<&M::xTruncate, SQLITE_IOERR_TRUNCATE>::Call;
+  methods.xSync = &File<&M::xSync, SQLITE_IOERR_FSYNC>::Call;
+  methods.xFileSize = &File<&M::xFileSize>::Call;
+  methods.xLock = &File<&M::xLock>::Call;
+  methods.xUnlock = &File<&M::xUnlock>::Call;
+  methods.xCheckReservedLock = &File<&M::xCheckReservedLock>::Call;
+  methods.xFileControl = &File<&M::xFileControl>::Call;
+  methods.xSectorSize = &File<&M::xSectorSize>::Call;
+  methods.xDeviceCharacteristics = &File<&M::xDeviceCharacteristics>::Call;
   return methods;
 }
 const sqlite3_io_methods kMethods = Methods();
 
 int Open(sqlite3_vfs* vfs, const char* name, sqlite3_file* file, int flags, int* out_flags) {
-  FaultFile* ours = Of(file);
+  FaultFile* ours = reinterpret_cast<FaultFile*>(file);
   ours->real = reinterpret_cast<sqlite3_file*>(ours + 1);
   ours->counted = (flags & (SQLITE_OPEN_MAIN_DB | SQLITE_OPEN_MAIN_JOURNAL)) != 0;
-  const int rc = Real(vfs)->xOpen(Real(vfs), name, ours->real, flags, out_flags);
+  const int rc = RealOf(vfs)->xOpen(RealOf(vfs), name, ours->real, flags, out_flags);
   ours->base.pMethods = ours->real->pMethods != nullptr ? &kMethods : nullptr;
   return rc;
 }
 
-int Delete(sqlite3_vfs* vfs, const char* name, int sync_dir) {
+int Delete(sqlite3_vfs* vfs, const char* name, int sync_folder) {
   if (FaultPlan::Next() != FileSystem::Fault::kNone) return SQLITE_IOERR_DELETE;
-  return Real(vfs)->xDelete(Real(vfs), name, sync_dir);
-}
-int Access(sqlite3_vfs* vfs, const char* name, int flags, int* out) {
-  return Real(vfs)->xAccess(Real(vfs), name, flags, out);
-}
-int FullPathname(sqlite3_vfs* vfs, const char* name, int size, char* out) {
-  return Real(vfs)->xFullPathname(Real(vfs), name, size, out);
-}
-int Randomness(sqlite3_vfs* vfs, int size, char* out) {
-  return Real(vfs)->xRandomness(Real(vfs), size, out);
-}
-int Sleep(sqlite3_vfs* vfs, int microseconds) {
-  return Real(vfs)->xSleep(Real(vfs), microseconds);
-}
-int CurrentTime(sqlite3_vfs* vfs, double* now) {
-  return Real(vfs)->xCurrentTime(Real(vfs), now);
-}
-int GetLastError(sqlite3_vfs* vfs, int size, char* out) {
-  return Real(vfs)->xGetLastError(Real(vfs), size, out);
+  return RealOf(vfs)->xDelete(RealOf(vfs), name, sync_folder);
 }
 
 }  // namespace
@@ -131,18 +90,17 @@ FaultVfs::FaultVfs() {
   vfs_.pAppData = real;
   vfs_.xOpen = &Open;
   vfs_.xDelete = &Delete;
-  vfs_.xAccess = &Access;
-  vfs_.xFullPathname = &FullPathname;
-  vfs_.xDlOpen = nullptr;
-  vfs_.xRandomness = &Randomness;
-  vfs_.xSleep = &Sleep;
-  vfs_.xCurrentTime = &CurrentTime;
-  vfs_.xGetLastError = &GetLastError;
+  vfs_.xAccess = &System<&sqlite3_vfs::xAccess>::Call;
+  vfs_.xFullPathname = &System<&sqlite3_vfs::xFullPathname>::Call;
+  vfs_.xRandomness = &System<&sqlite3_vfs::xRandomness>::Call;
+  vfs_.xSleep = &System<&sqlite3_vfs::xSleep>::Call;
+  vfs_.xCurrentTime = &System<&sqlite3_vfs::xCurrentTime>::Call;
+  vfs_.xGetLastError = &System<&sqlite3_vfs::xGetLastError>::Call;
   sqlite3_vfs_register(&vfs_, 1);
 }
 
 FaultVfs::~FaultVfs() {
-  sqlite3_vfs* real = Real(&vfs_);
+  sqlite3_vfs* real = RealOf(&vfs_);
   sqlite3_vfs_unregister(&vfs_);
   sqlite3_vfs_register(real, 1);
 }
