@@ -127,10 +127,9 @@ LONG CLocalOffMsgStore::GetSumFromXML(const std::u16string& index) const {
   return vk::OffMsgIndexScan::Scan(index, root, kSkip) ? sum : -1;
 }
 
-LONG CLocalOffMsgStore::SetSumToXML(const std::u16string& index, LONG sum) const {
+LONG CLocalOffMsgStore::SetSumToXML(vk::OffMsgIndex& file, const std::u16string& index,
+                                    LONG sum) const {
   OutputDebugStringA("CLocalOffMsgStore::SetSumToXML Get in\n");
-  vk::OffMsgIndex file;
-  if (!file.Load(index)) return -1;
   vk::DomNode root = file.Root();
   if (!root) return -1;
   root.SetAttribute(u"DataSum", int64_t{sum});
@@ -363,8 +362,10 @@ HRESULT CLocalOffMsgStore::DeleteFromIndex(const std::u16string& index,
         --sum;
       }
     }
-    file.Save(index);  // the count written next decides the result
-    return SetSumToXML(index, sum < 0 ? 0 : sum);
+    // The records go and the count changes in one save of the file: saved apart, a save
+    // that failed or was cut short by a crash between the two would leave a count that no
+    // longer matches the records, and a later deletion would then count wrong for good.
+    return SetSumToXML(file, index, sum < 0 ? 0 : sum);
   } catch (const vk::ComError&) {
     std::u16string id_text(id);
     Trace(

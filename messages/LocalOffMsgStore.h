@@ -12,7 +12,8 @@
 
 namespace vk {
 class OffMsgConversations;
-}
+class OffMsgIndex;
+}  // namespace vk
 
 class CLocalOffMsgStore : public vk::ComObject<ILocalOffMsgStore> {
  public:
@@ -40,7 +41,8 @@ class CLocalOffMsgStore : public vk::ComObject<ILocalOffMsgStore> {
   const Channel* FindChannel(LONG channel) const;
 
   LONG GetSumFromXML(const std::u16string& index) const;
-  LONG SetSumToXML(const std::u16string& index, LONG sum) const;
+  // Sets DataSum in the loaded index and saves it: 0 when saved, else -1.
+  LONG SetSumToXML(vk::OffMsgIndex& file, const std::u16string& index, LONG sum) const;
   HRESULT GetIndexesFromXML(const std::u16string& index, vk::OffMsgConversations& into) const;
   HRESULT GetOffMsgFromChannel(const Channel& channel, std::u16string_view id,
                                IDataList* list) const;

@@ -1,14 +1,20 @@
 #include "platform/FileSystem.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <linux/fs.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
+#include <cstdlib>
+#include <mutex>
 #include <random>
+#include <set>
+#include <vector>
 
 namespace vk {
 namespace {
@@ -59,15 +65,59 @@ bool WriteAll(int fd, const std::string& path, std::string_view bytes) {
   return true;
 }
 
+std::string FolderPart(const std::string& target) {
+  size_t slash = target.rfind('/');
+  return slash == std::string::npos ? std::string() : target.substr(0, slash + 1);
+}
+
+// ".<name>.tmp": every temporary file of a target starts with it, followed by the writer's
+// process id, "_" and a counter and a random number.
+std::string TempPrefixFor(const std::string& target) {
+  size_t slash = target.rfind('/');
+  return "." + (slash == std::string::npos ? target : target.substr(slash + 1)) + ".tmp";
+}
+
 // A fresh name beside the target; the leading dot keeps it out of folder listings.
 std::string TempNameFor(const std::string& target) {
   static std::atomic<unsigned> counter{0};
   thread_local std::mt19937 random{std::random_device{}()};
-  size_t slash = target.rfind('/');
-  std::string folder = slash == std::string::npos ? std::string() : target.substr(0, slash + 1);
-  std::string name = slash == std::string::npos ? target : target.substr(slash + 1);
-  return folder + "." + name + ".tmp" + std::to_string(::getpid()) + "_" +
+  return FolderPart(target) + TempPrefixFor(target) + std::to_string(::getpid()) + "_" +
          std::to_string(counter.fetch_add(1)) + "_" + std::to_string(random() % 1000000);
+}
+
+// The temporary files this process is writing now.
+std::mutex g_writing_mutex;
+std::set<std::string> g_writing;
+
+// A temporary file whose writer is gone: its process has ended, or it is this process and
+// no save of it is running. Such a file is what a save cut short by a crash leaves; it is
+// never renamed into place.
+bool IsLeftOver(const std::string& temp, const std::string& digits) {
+  char* end = nullptr;
+  const long pid = std::strtol(digits.c_str(), &end, 10);
+  if (end == digits.c_str() || *end != '_' || pid <= 0) return false;
+  if (pid != ::getpid()) return ::kill(static_cast<pid_t>(pid), 0) != 0 && errno == ESRCH;
+  std::lock_guard<std::mutex> hold(g_writing_mutex);
+  return g_writing.count(temp) == 0;
+}
+
+// Deletes the temporary files of `target` that a save cut short by a crash left behind, so
+// that they do not pile up beside the file; the next save of the file does it. Temporary
+// files of saves still running, here or in another process, are kept.
+void RemoveLeftOverTemporaries(const std::string& target) {
+  const std::string folder = FolderPart(target), prefix = TempPrefixFor(target);
+  DIR* dir = ::opendir(folder.empty() ? "." : folder.c_str());
+  if (dir == nullptr) return;
+  std::vector<std::string> left_over;
+  while (const dirent* entry = ::readdir(dir)) {
+    const std::string name = entry->d_name;
+    if (name.rfind(prefix, 0) == 0 && IsLeftOver(folder + name, name.substr(prefix.size())))
+      left_over.push_back(folder + name);
+  }
+  ::closedir(dir);
+  for (const std::string& temp : left_over) {
+    if (Allowed(FileSystem::Call::kRemove, temp)) ::unlink(temp.c_str());
+  }
 }
 
 void SyncFolderOf(const std::string& target) {
@@ -97,15 +147,25 @@ bool Replace(const std::string& target, mode_t mode, Fill&& fill) {
     }
     mode = existing.st_mode & 07777;
   }
+  KeepingErrno([&] { RemoveLeftOverTemporaries(target); });
   std::string temp;
   int fd = -1;
   for (int attempt = 0; attempt < 16 && fd < 0; ++attempt) {
     temp = TempNameFor(target);
     if (!Allowed(FileSystem::Call::kCreate, temp)) return false;
+    std::lock_guard<std::mutex> hold(g_writing_mutex);
     fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (fd >= 0) g_writing.insert(temp);
     if (fd < 0 && errno != EEXIST) return false;
   }
   if (fd < 0) return false;
+  struct Written {
+    const std::string& temp;
+    ~Written() {
+      std::lock_guard<std::mutex> hold(g_writing_mutex);
+      g_writing.erase(temp);
+    }
+  } written{temp};
   bool ok = ::fchmod(fd, mode) == 0 && fill(fd, temp) && Allowed(FileSystem::Call::kSync, temp) &&
             ::fsync(fd) == 0;
   if (::close(fd) != 0) ok = false;

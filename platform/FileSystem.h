@@ -29,7 +29,7 @@ class FileSystem {
   // Replaces `target` by `bytes`: a temporary file in the same folder is written, flushed to
   // disk and renamed over the target, then the folder is flushed. A replaced file keeps its
   // permissions; a new one gets `mode`. On failure the target is as it was and no temporary
-  // file remains.
+  // file remains. Temporary files of the target that a crash left are removed first.
   static bool ReplaceContents(const std::string& target, std::string_view bytes,
                               mode_t mode = 0666);
   // The same with the bytes of the file `source`, read in chunks.

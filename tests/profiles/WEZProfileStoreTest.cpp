@@ -2,7 +2,6 @@
 
 #include <vector>
 
-#include "platform/FileSystem.h"
 #include "profiles/WEZProfileStore.h"
 #include "storage/FixedField.h"
 #include "tests/profiles/EncipheredStoreTest.h"
@@ -181,47 +180,6 @@ TEST_F(WEZProfileStoreTest, PlainCompanionIsRepairedReadAndReplacedAtTheFirstSav
             "<Root><ITEM UIN=\"9\" NICK=\"old\" NAME=\"a*z\"/><ITEM UIN=\"10\" NICK=\"new\" "
             "NAME=\"\" GENDER=\"0\" FACE=\"0\" MOBILE=\"\" EMAIL=\"\" PHONE=\"\" URIGHT=\"0\" "
             "VERSION=\"0\"/></Root>");
-}
-
-// Fails, or stops as a crash would, the file-changing call with the given index; counts them.
-struct FaultAt {
-  long at;
-  FileSystem::Fault fault;
-  long seen = 0;
-  static FileSystem::Fault Hook(FileSystem::Call, const std::string&, void* self) {
-    auto* f = static_cast<FaultAt*>(self);
-    return f->seen++ == f->at ? f->fault : FileSystem::Fault::kNone;
-  }
-};
-
-TEST_F(WEZProfileStoreTest, AFaultAnywhereInASaveLeavesTheOldFileOrTheNewOneWhole) {
-  ASSERT_EQ(Set(Profile(u"old")), S_OK);
-  ASSERT_EQ(store_->Close(), S_OK);
-  const std::string old_bytes = root_.ReadBytes(file_).value(), old_root = FileRoot();
-  auto save_new = [&](FaultAt* fault) {
-    root_.WriteBytes(file_, old_bytes);
-    Reopen();
-    ASSERT_EQ(Set(Profile(u"new")), S_OK);
-    FileSystem::SetFaultHook(&FaultAt::Hook, fault);
-    EXPECT_EQ(store_->Close(), S_OK);
-    FileSystem::SetFaultHook(nullptr, nullptr);
-  };
-  FaultAt count{-1, FileSystem::Fault::kNone};
-  save_new(&count);
-  const std::string new_root = FileRoot();
-  ASSERT_NE(new_root, old_root);
-  ASSERT_GE(count.seen, 4);  // create, write, flush, rename at least
-  for (auto kind : {FileSystem::Fault::kFail, FileSystem::Fault::kCrash}) {
-    for (long at = 0; at < count.seen; ++at) {
-      FaultAt fault{at, kind};
-      log_.Clear();
-      save_new(&fault);
-      const std::string now = FileRoot();
-      EXPECT_TRUE(now == old_root || now == new_root) << at << ": " << now;
-      // A failed save is reported; the change stays in memory only.
-      EXPECT_EQ(Assertions(), now == old_root ? 1u : 0u) << at;
-    }
-  }
 }
 
 }  // namespace
