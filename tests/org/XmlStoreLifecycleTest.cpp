@@ -3,8 +3,12 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <iterator>
+#include <set>
+#include <string>
 
 #include "org/DeptLeader.h"
 #include "org/KeyDepts.h"
@@ -65,15 +69,19 @@ TEST_F(XmlStoreLifecycleTest, UnreadableFilesAreReplacedByTheTemplate) {
     EXPECT_EQ(File("UserGrid.xml"), kHeader + "<UserGrid ProVer=\"0\"/>\n");
   }
   EXPECT_TRUE(log.Records().empty());
-  // The last damaged bytes are kept beside the file (an empty file holds nothing to keep).
-  size_t kept = 0;
+  // Damaged bytes are kept beside the file, one copy per second (the first of that second),
+  // so a run that crosses a second boundary keeps more than one; an empty file holds nothing.
+  std::set<std::string> kept;
   for (const auto& entry : std::filesystem::directory_iterator(root_.NativePath())) {
     if (entry.path().filename().string().starts_with("UserGrid.xml.damaged-")) {
-      ++kept;
-      EXPECT_EQ(File(entry.path().filename().c_str()), broken[1]);
+      kept.insert(File(entry.path().filename().c_str()));
     }
   }
-  EXPECT_EQ(kept, 1u);  // within one second, the first damaged bytes are the ones kept
+  EXPECT_GE(kept.size(), 1u);
+  EXPECT_LE(kept.size(), 3u);
+  for (const std::string& bytes : kept) {
+    EXPECT_NE(std::find(std::begin(broken) + 1, std::end(broken), bytes), std::end(broken));
+  }
 }
 
 TEST_F(XmlStoreLifecycleTest, ReadOnlyFileIsMadeWritableByTheFirstSave) {
