@@ -94,18 +94,46 @@ KeyedIndex::Table& KeyedIndex::TableFor(const std::string& element, const std::s
   return *tables_.back();
 }
 
-const std::vector<xmlNodePtr>& KeyedIndex::Find(const std::string& element,
-                                                const std::string& attribute, bool folded,
-                                                const std::string& value) {
+KeyedIndex::Bucket* KeyedIndex::Find(const std::string& element, const std::string& attribute,
+                                     bool folded, const std::string& value) {
   Table& table = TableFor(element, attribute, folded);
   auto found = table.buckets.find(value);
-  if (found == table.buckets.end()) return kNone;
-  Bucket& bucket = found->second;
-  if (!bucket.ordered) {
-    std::sort(bucket.elements.begin(), bucket.elements.end(), PrecedesInDocument);
-    bucket.ordered = true;
+  return found != table.buckets.end() ? &found->second : nullptr;
+}
+
+size_t KeyedIndex::Count(const std::string& element, const std::string& attribute, bool folded,
+                         const std::string& value) {
+  Bucket* bucket = Find(element, attribute, folded, value);
+  return bucket != nullptr ? bucket->elements.size() : 0;
+}
+
+const std::vector<xmlNodePtr>& KeyedIndex::InOrder(const std::string& element,
+                                                   const std::string& attribute, bool folded,
+                                                   const std::string& value) {
+  Bucket* bucket = Find(element, attribute, folded, value);
+  if (bucket == nullptr) return kNone;
+  if (!bucket->ordered) Order(*bucket);
+  return bucket->elements;
+}
+
+void KeyedIndex::Order(Bucket& bucket) const {
+  std::vector<xmlNodePtr>& elements = bucket.elements;
+  bucket.ordered = true;
+  if (elements.size() <= kLargeBucket) {
+    std::sort(elements.begin(), elements.end(), PrecedesInDocument);
+    return;
   }
-  return bucket.elements;
+  // Many elements share the value: one walk of the tree ranks them all, where pairwise
+  // comparisons could each walk a long run of siblings.
+  std::unordered_map<xmlNodePtr, size_t> rank;
+  for (xmlNodePtr element : elements) rank.emplace(element, 0);
+  size_t next = 0;
+  WalkElements(reinterpret_cast<xmlNodePtr>(doc_), [&](xmlNodePtr node) {
+    auto found = rank.find(node);
+    if (found != rank.end()) found->second = next++;
+  });
+  std::sort(elements.begin(), elements.end(),
+            [&](xmlNodePtr a, xmlNodePtr b) { return rank[a] < rank[b]; });
 }
 
 void KeyedIndex::Add(xmlNodePtr element) {
@@ -114,8 +142,12 @@ void KeyedIndex::Add(xmlNodePtr element) {
         KeyOf(element, table->element, table->attribute, table->folded);
     if (!key) continue;
     Bucket& bucket = table->buckets[*key];
+    // Most additions are appended at the end of the tree, which keeps the order; the check
+    // costs little then, as it walks from both ends of the gap at once.
+    if (bucket.ordered && !bucket.elements.empty()) {
+      bucket.ordered = PrecedesInDocument(bucket.elements.back(), element);
+    }
     bucket.elements.push_back(element);
-    if (bucket.elements.size() > 1) bucket.ordered = false;
   }
 }
 

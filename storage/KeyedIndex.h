@@ -21,9 +21,12 @@ class KeyedIndex {
  public:
   explicit KeyedIndex(xmlDocPtr doc) : doc_(doc) {}
 
-  // The elements named `element` whose `attribute` (folded when asked) equals value.
-  const std::vector<xmlNodePtr>& Find(const std::string& element, const std::string& attribute,
-                                      bool folded, const std::string& value);
+  // How many elements named `element` have `attribute` (folded when asked) equal to value.
+  size_t Count(const std::string& element, const std::string& attribute, bool folded,
+               const std::string& value);
+  // Those elements, in document order.
+  const std::vector<xmlNodePtr>& InOrder(const std::string& element, const std::string& attribute,
+                                         bool folded, const std::string& value);
   // The key an element has in a table of that shape; none when it is not in that table.
   static std::optional<std::string> KeyOf(xmlNodePtr element, const std::string& name,
                                           const std::string& attribute, bool folded);
@@ -50,6 +53,9 @@ class KeyedIndex {
     std::unordered_map<std::string, Bucket> buckets;
   };
 
+  Bucket* Find(const std::string& element, const std::string& attribute, bool folded,
+               const std::string& value);
+  void Order(Bucket& bucket) const;
   Table& TableFor(const std::string& element, const std::string& attribute, bool folded);
   void Add(xmlNodePtr element);
   void Remove(xmlNodePtr element);
@@ -59,6 +65,7 @@ class KeyedIndex {
   xmlDocPtr doc_;
   std::vector<std::unique_ptr<Table>> tables_;
   static const std::vector<xmlNodePtr> kNone;
+  static constexpr size_t kLargeBucket = 16;
 };
 
 }  // namespace vk

@@ -82,24 +82,27 @@ std::optional<std::vector<xmlNodePtr>> KeyedLookup::Select(xmlNodePtr context) {
     return std::nullopt;
   }
   // The keyed step with the fewest candidates anchors the search.
-  const std::vector<xmlNodePtr>* candidates = nullptr;
-  size_t anchor = 0;
+  std::optional<size_t> anchor;
+  size_t fewest = 0;
   for (size_t i = 0; i < path_.steps.size(); ++i) {
     const KeyedStep& step = path_.steps[i];
     if (!step.predicate) continue;
-    const std::vector<xmlNodePtr>& found = index_.Find(
-        step.element, step.predicate->attribute, step.predicate->folded, step.predicate->literal);
-    if (candidates == nullptr || found.size() < candidates->size()) {
-      candidates = &found;
+    size_t count = index_.Count(step.element, step.predicate->attribute, step.predicate->folded,
+                                step.predicate->literal);
+    if (!anchor || count < fewest) {
       anchor = i;
+      fewest = count;
     }
   }
-  if (candidates == nullptr) return std::nullopt;
+  if (!anchor) return std::nullopt;
+  const KeyedStep& step = path_.steps[*anchor];
+  const std::vector<xmlNodePtr>& candidates = index_.InOrder(
+      step.element, step.predicate->attribute, step.predicate->folded, step.predicate->literal);
   std::vector<xmlNodePtr> anchors;
-  for (xmlNodePtr candidate : *candidates) {
-    if (FitsAbove(candidate, anchor)) anchors.push_back(candidate);
+  for (xmlNodePtr candidate : candidates) {
+    if (FitsAbove(candidate, *anchor)) anchors.push_back(candidate);
   }
-  return Below(std::move(anchors), anchor + 1);
+  return Below(std::move(anchors), *anchor + 1);
 }
 
 }  // namespace vk

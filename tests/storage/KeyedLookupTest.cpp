@@ -123,7 +123,9 @@ class Differential {
   std::string RandomDocument() {
     std::string root = Any(kRoots);
     std::string text = "<" + root + " xmlns:p=\"urn:p\">";
-    for (size_t i = Pick(30); i > 0; --i) text += RandomElement(1);
+    // Now and then a long flat run, so that many elements share each key.
+    size_t entries = Pick(8) == 0 ? 150 + Pick(200) : Pick(30);
+    for (size_t i = entries; i > 0; --i) text += RandomElement(1);
     return text + "</" + root + ">";
   }
 
