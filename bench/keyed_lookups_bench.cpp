@@ -10,7 +10,6 @@
 
 #include <chrono>
 #include <filesystem>
-#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -31,7 +30,8 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using Expressions = std::function<std::vector<std::string>(int)>;
+using XPaths = std::vector<std::string> (*)(int key);
+using Maker = void (*)(const std::u16string& path, int entries);
 
 constexpr int kRounds = 2000;
 constexpr int kSequence = 10000;
@@ -55,8 +55,7 @@ double MicrosecondsSince(Clock::time_point start) {
 class Files {
  public:
   ~Files() { std::filesystem::remove_all(folder_); }
-  static const std::u16string& Get(const std::string& kind, int n,
-                                   void (*make)(const std::u16string&, int)) {
+  static const std::u16string& Get(const std::string& kind, int n, Maker make) {
     static Files files;
     std::u16string& path = files.paths_[kind + std::to_string(n)];
     if (path.empty()) {
@@ -172,14 +171,15 @@ xmlDocPtr BareDocument(const std::u16string& path) {
                        XML_PARSE_NONET | XML_PARSE_NOBLANKS);
 }
 
-// Bare libxml2 on the file, measured once per benchmark and size in this run.
-double BaselineNanoseconds(const std::string& name, const std::u16string& path, int n,
-                           const Expressions& expressions) {
-  static std::map<std::string, double> measured;
-  auto [at, fresh] = measured.try_emplace(name + std::to_string(n), 0.0);
+// Bare libxml2 on the file: the expressions of keys spread over it, measured once per
+// set of expressions and size in this run.
+double BaselineNanoseconds(const std::u16string& path, int n, XPaths xpaths) {
+  static std::map<std::pair<XPaths, int>, double> measured;
+  auto [at, fresh] = measured.try_emplace({xpaths, n}, 0.0);
   if (fresh) {
     xmlDocPtr doc = BareDocument(path);
-    at->second = vk::bench::BareXPathNanoseconds(doc, n >= 100000 ? 4 : 20, expressions);
+    at->second = vk::bench::BareXPathNanoseconds(doc, n >= 100000 ? 4 : 20,
+                                                 [&](int i) { return xpaths(Spread(i, n)); });
     xmlFreeDoc(doc);
   }
   return at->second;
@@ -202,12 +202,107 @@ Store* Open(const std::u16string& path) {
   return store;
 }
 
-// Opens a store on the file, makes the first (index-building) call untimed, times `call` over
-// the loop and reports it against the baseline.
+// One store operation on the entry of key i, and the expressions it evaluates.
+void GetGrid(CUserGrid* s, int i) {
+  LONG grid = 0;
+  s->GetGrid(WideKey(i).c_str(), &grid);
+  benchmark::DoNotOptimize(grid);
+}
+void SetGrid(CUserGrid* s, int i) {
+  s->SetGrid(WideKey(i).c_str(), i + 1);
+}
+// Every third call adds an entry, so the tree grows between lookups.
+void SetOrAddGrid(CUserGrid* s, int i) {
+  static int added = 0;
+  s->SetGrid((i % 3 == 0 ? u"new" + WideKey(++added) : WideKey(i)).c_str(), i);
+}
+std::vector<std::string> GridXPath(int i) {
+  return {"/UserGrid//User[@Nick=\"" + Key(i) + "\"]"};
+}
+
+void GetKeyDepts(CKeyDepts* s, int i) {
+  ULONG ids[4];
+  LONG count = 4;
+  s->GetKeyDepts(WideKey(i).c_str(), ids, &count);
+  benchmark::DoNotOptimize(ids);
+}
+void SetKeyDepts(CKeyDepts* s, int i) {
+  ULONG ids[3] = {ULONG(i), ULONG(i + 7), ULONG(i + 9)};
+  LONG count = 3;
+  s->SetKeyDepts(WideKey(i).c_str(), ids, &count);
+}
+std::vector<std::string> KeyDeptsXPath(int i) {
+  return {"/KeyDepts//User[@Nick=\"" + Key(i) + "\"]"};
+}
+
+void GetLeader(CDeptLeader* s, int i) {
+  LONG leader = 0;
+  s->GetLeader(i, &leader);
+  benchmark::DoNotOptimize(leader);
+}
+void SetLeader(CDeptLeader* s, int i) {
+  static ULONG version = 1;  // always newer, so every call changes the entry
+  s->SetLeader(i, ++version, i);
+}
+std::vector<std::string> LeaderXPath(int i) {
+  return {"/Leader//Dept[@id=\"" + std::to_string(i) + "\"]"};
+}
+
+void GetProfile(CWEZProfileStore* s, int i) {
+  ProfileInfo p = Profile(i);
+  benchmark::DoNotOptimize(s->GetProfile(&p));
+}
+void SetProfile(CWEZProfileStore* s, int i) {
+  ProfileInfo p = Profile(i);
+  benchmark::DoNotOptimize(s->SetProfile(&p));
+}
+std::vector<std::string> ProfileXPath(int i) {
+  return {"/Root//ITEM[translate(@NICK, " + std::string(kTranslate) + ") = '" + Key(i) + "']"};
+}
+// The store's deletion looks the nick up twice (the record, then that none is left).
+std::vector<std::string> SetProfileXPaths(int i) {
+  return {ProfileXPath(i)[0], ProfileXPath(i)[0]};
+}
+
+void GetMobileItem(CMobileProfileStore* s, int i) {
+  MobileProfileItem item{};
+  s->GetItem(WideKey(i).c_str(), &item);
+  benchmark::DoNotOptimize(item);
+}
+std::vector<std::string> MobileXPath(int i) {
+  return {
+      "./ITEM[translate(@Name, '1234567890ABCDEFGHIJKLMNOPQRSTUVWXYZ', "
+      "'1234567890abcdefghijklmnopqrstuvwxyz') = '" +
+      Key(i) + "']"};
+}
+
+void GetBuddyField(CWEZProfileProStore* s, int i) {
+  VARIANT value;
+  s->GetBuddyField(WideKey(i).c_str(), u"f3", &value);
+  VariantClear(&value);
+}
+std::vector<std::string> BuddyFieldXPath(int i) {
+  return {"./WEZBuddyPro[@Account = \"" + Key(i) + "\"]/Field[@Name = \"f3\"]"};
+}
+
+void GetItemFields(CWEZItemStore* s, int i) {
+  ItemField fields[kFields] = {};
+  LONG written = 0;
+  s->GetItemFields(WideKey(i).c_str(), fields, &written);
+  benchmark::DoNotOptimize(fields);
+}
+// GetItemFields counts the item's fields, then reads them from the item.
+std::vector<std::string> ItemFieldsXPaths(int i) {
+  return {"./Item[@Name=\"" + Key(i) + "\"]//Field", "./Item[@Name = \"" + Key(i) + "\"]"};
+}
+
+// Opens a store on a file of range(0) entries, makes the first (index-building) call untimed,
+// times `call` over the loop and reports it against the baseline.
 template <typename Store>
-void Measure(benchmark::State& state, const std::string& name, const std::u16string& path,
-             std::function<void(Store*, int)> call, const Expressions& expressions) {
+void BM_Keyed(benchmark::State& state, const char* file, Maker make, void (*call)(Store*, int),
+              XPaths xpaths) {
   const int n = static_cast<int>(state.range(0));
+  const std::u16string& path = Files::Get(file, n, make);
   Store* store = Open<Store>(path);
   Clock::time_point first = Clock::now();
   call(store, Spread(n - 1, n));
@@ -216,180 +311,19 @@ void Measure(benchmark::State& state, const std::string& name, const std::u16str
   Clock::time_point start = Clock::now();
   for (auto _ : state) call(store, Spread(i++, n));
   double per_op = MicrosecondsSince(start) * 1000 / static_cast<double>(state.iterations());
-  double baseline = BaselineNanoseconds(name, path, n, expressions);
+  double baseline = BaselineNanoseconds(path, n, xpaths);
   state.counters["baseline_ns"] = baseline;
   state.counters["ratio"] = per_op / baseline;
   store->Release();
 }
 
-Expressions One(std::function<std::string(int)> expression, int n, int times = 1) {
-  return [expression, n, times](int i) {
-    return std::vector<std::string>(static_cast<size_t>(times), expression(Spread(i, n)));
-  };
-}
-
-std::string GridXPath(int i) {
-  return "/UserGrid//User[@Nick=\"" + Key(i) + "\"]";
-}
-std::string KeyDeptsXPath(int i) {
-  return "/KeyDepts//User[@Nick=\"" + Key(i) + "\"]";
-}
-std::string LeaderXPath(int i) {
-  return "/Leader//Dept[@id=\"" + std::to_string(i) + "\"]";
-}
-std::string ProfileXPath(int i) {
-  return "/Root//ITEM[translate(@NICK, " + std::string(kTranslate) + ") = '" + Key(i) + "']";
-}
-
-void BM_GetGrid(benchmark::State& state) {
-  int n = static_cast<int>(state.range(0));
-  Measure<CUserGrid>(
-      state, "GetGrid", Files::Get("UserGrid.xml", n, MakeGrid),
-      [](CUserGrid* s, int i) {
-        LONG grid = 0;
-        s->GetGrid(WideKey(i).c_str(), &grid);
-        benchmark::DoNotOptimize(grid);
-      },
-      One(GridXPath, n));
-}
-
-void BM_SetGrid(benchmark::State& state) {
-  int n = static_cast<int>(state.range(0));
-  Measure<CUserGrid>(
-      state, "SetGrid", Files::Get("UserGrid.xml", n, MakeGrid),
-      [](CUserGrid* s, int i) { s->SetGrid(WideKey(i).c_str(), i + 1); }, One(GridXPath, n));
-}
-
-void BM_GetKeyDepts(benchmark::State& state) {
-  int n = static_cast<int>(state.range(0));
-  Measure<CKeyDepts>(
-      state, "GetKeyDepts", Files::Get("KeyDepts.xml", n, MakeKeyDepts),
-      [](CKeyDepts* s, int i) {
-        ULONG ids[4];
-        LONG count = 4;
-        s->GetKeyDepts(WideKey(i).c_str(), ids, &count);
-        benchmark::DoNotOptimize(ids);
-      },
-      One(KeyDeptsXPath, n));
-}
-
-void BM_SetKeyDepts(benchmark::State& state) {
-  int n = static_cast<int>(state.range(0));
-  Measure<CKeyDepts>(
-      state, "SetKeyDepts", Files::Get("KeyDepts.xml", n, MakeKeyDepts),
-      [](CKeyDepts* s, int i) {
-        ULONG ids[3] = {ULONG(i), ULONG(i + 7), ULONG(i + 9)};
-        LONG count = 3;
-        s->SetKeyDepts(WideKey(i).c_str(), ids, &count);
-      },
-      One(KeyDeptsXPath, n));
-}
-
-void BM_GetLeader(benchmark::State& state) {
-  int n = static_cast<int>(state.range(0));
-  Measure<CDeptLeader>(
-      state, "GetLeader", Files::Get("Leader.xml", n, MakeLeader),
-      [](CDeptLeader* s, int i) {
-        LONG leader = 0;
-        s->GetLeader(i, &leader);
-        benchmark::DoNotOptimize(leader);
-      },
-      One(LeaderXPath, n));
-}
-
-void BM_SetLeader(benchmark::State& state) {
-  int n = static_cast<int>(state.range(0));
-  Measure<CDeptLeader>(
-      state, "SetLeader", Files::Get("Leader.xml", n, MakeLeader),
-      [](CDeptLeader* s, int i) {
-        static ULONG version = 1;  // always newer, so every call changes the entry
-        s->SetLeader(i, ++version, i);
-      },
-      One(LeaderXPath, n));
-}
-
-void BM_GetProfile(benchmark::State& state) {
-  int n = static_cast<int>(state.range(0));
-  Measure<CWEZProfileStore>(
-      state, "GetProfile", Files::Get("WEZProfile.dat", n, MakeProfiles),
-      [](CWEZProfileStore* s, int i) {
-        ProfileInfo p = Profile(i);
-        benchmark::DoNotOptimize(s->GetProfile(&p));
-      },
-      One(ProfileXPath, n));
-}
-
-// The store's deletion looks the nick up twice (the record, then that none is left).
-void BM_SetProfile(benchmark::State& state) {
-  int n = static_cast<int>(state.range(0));
-  Measure<CWEZProfileStore>(
-      state, "SetProfile", Files::Get("WEZProfile.dat", n, MakeProfiles),
-      [](CWEZProfileStore* s, int i) {
-        ProfileInfo p = Profile(i);
-        benchmark::DoNotOptimize(s->SetProfile(&p));
-      },
-      One(ProfileXPath, n, 2));
-}
-
-void BM_MobileGetItem(benchmark::State& state) {
-  int n = static_cast<int>(state.range(0));
-  Measure<CMobileProfileStore>(
-      state, "MobileGetItem", Files::Get("MobileProfile.xml", n, MakeMobile),
-      [](CMobileProfileStore* s, int i) {
-        MobileProfileItem item{};
-        s->GetItem(WideKey(i).c_str(), &item);
-        benchmark::DoNotOptimize(item);
-      },
-      One(
-          [](int i) {
-            return "./ITEM[translate(@Name, '1234567890ABCDEFGHIJKLMNOPQRSTUVWXYZ', "
-                   "'1234567890abcdefghijklmnopqrstuvwxyz') = '" +
-                   Key(i) + "']";
-          },
-          n));
-}
-
-void BM_GetBuddyField(benchmark::State& state) {
-  int n = static_cast<int>(state.range(0));
-  Measure<CWEZProfileProStore>(
-      state, "GetBuddyField", Files::Get("WEZProfilePro.dat", n, MakeBuddies),
-      [](CWEZProfileProStore* s, int i) {
-        VARIANT value;
-        s->GetBuddyField(WideKey(i).c_str(), u"f3", &value);
-        VariantClear(&value);
-      },
-      One(
-          [](int i) {
-            return "./WEZBuddyPro[@Account = \"" + Key(i) + "\"]/Field[@Name = \"f3\"]";
-          },
-          n));
-}
-
-// GetItemFields counts the item's fields, then reads them from the item.
-void BM_GetItemFields(benchmark::State& state) {
-  int n = static_cast<int>(state.range(0));
-  Measure<CWEZItemStore>(
-      state, "GetItemFields", Files::Get("WEZExtBuddy.xml", n, MakeItems),
-      [](CWEZItemStore* s, int i) {
-        ItemField fields[kFields] = {};
-        LONG written = 0;
-        s->GetItemFields(WideKey(i).c_str(), fields, &written);
-        benchmark::DoNotOptimize(fields);
-      },
-      [n](int i) {
-        std::string name = Key(Spread(i, n));
-        return std::vector<std::string>{"./Item[@Name=\"" + name + "\"]//Field",
-                                        "./Item[@Name = \"" + name + "\"]"};
-      });
-}
-
 // 10,000 calls alternating an update and a lookup of other entries; one iteration is the
 // whole sequence.
 template <typename Store>
-void MeasureSequence(benchmark::State& state, const std::string& name, const std::u16string& path,
-                     std::function<void(Store*, int)> update,
-                     std::function<void(Store*, int)> lookup, const Expressions& expressions) {
+void BM_Sequence(benchmark::State& state, const char* file, Maker make, void (*update)(Store*, int),
+                 void (*lookup)(Store*, int), XPaths xpaths) {
   const int n = static_cast<int>(state.range(0));
+  const std::u16string& path = Files::Get(file, n, make);
   Store* store = Open<Store>(path);
   lookup(store, 0);  // builds the index
   double total_us = 0;
@@ -402,78 +336,43 @@ void MeasureSequence(benchmark::State& state, const std::string& name, const std
     total_us += MicrosecondsSince(start);
   }
   double sequence_ms = total_us / 1000 / static_cast<double>(state.iterations());
-  double baseline_ms = BaselineNanoseconds(name, path, n, expressions) * kSequence / 1e6;
+  double baseline_ms = BaselineNanoseconds(path, n, xpaths) * kSequence / 1e6;
   state.counters["sequence_ms"] = sequence_ms;
   state.counters["baseline_ms"] = baseline_ms;
   state.counters["ratio"] = sequence_ms / baseline_ms;
   store->Release();
 }
 
-void BM_ProfileSequence(benchmark::State& state) {
-  int n = static_cast<int>(state.range(0));
-  MeasureSequence<CWEZProfileStore>(
-      state, "GetProfile", Files::Get("WEZProfile.dat", n, MakeProfiles),
-      [](CWEZProfileStore* s, int i) {
-        ProfileInfo p = Profile(i);
-        s->SetProfile(&p);
-      },
-      [](CWEZProfileStore* s, int i) {
-        ProfileInfo p = Profile(i);
-        benchmark::DoNotOptimize(s->GetProfile(&p));
-      },
-      One(ProfileXPath, n));
-}
-
-void BM_GridSequence(benchmark::State& state) {
-  int n = static_cast<int>(state.range(0));
-  MeasureSequence<CUserGrid>(
-      state, "GetGrid", Files::Get("UserGrid.xml", n, MakeGrid),
-      [n](CUserGrid* s, int i) {
-        // Every other update adds an entry, so the tree grows between lookups.
-        static int added = 0;
-        s->SetGrid((i % 3 == 0 ? WideKey(n + ++added) : WideKey(i)).c_str(), i);
-      },
-      [](CUserGrid* s, int i) {
-        LONG grid = 0;
-        s->GetGrid(WideKey(i).c_str(), &grid);
-        benchmark::DoNotOptimize(grid);
-      },
-      One(GridXPath, n));
-}
-
-#define VK_KEYED_BENCHMARK(name)   \
-  BENCHMARK(name)                  \
-      ->Arg(10000)                 \
-      ->Arg(100000)                \
-      ->Iterations(kRounds)        \
-      ->Repetitions(5)             \
-      ->ReportAggregatesOnly(true) \
+#define VK_KEYED(name, ...)                      \
+  BENCHMARK_CAPTURE(BM_Keyed, name, __VA_ARGS__) \
+      ->Arg(10000)                               \
+      ->Arg(100000)                              \
+      ->Iterations(kRounds)                      \
+      ->Repetitions(5)                           \
+      ->ReportAggregatesOnly(true)               \
       ->Unit(benchmark::kMicrosecond)
-VK_KEYED_BENCHMARK(BM_GetGrid);
-VK_KEYED_BENCHMARK(BM_SetGrid);
-VK_KEYED_BENCHMARK(BM_GetKeyDepts);
-VK_KEYED_BENCHMARK(BM_SetKeyDepts);
-VK_KEYED_BENCHMARK(BM_GetLeader);
-VK_KEYED_BENCHMARK(BM_SetLeader);
-VK_KEYED_BENCHMARK(BM_GetProfile);
-VK_KEYED_BENCHMARK(BM_SetProfile);
-VK_KEYED_BENCHMARK(BM_MobileGetItem);
-VK_KEYED_BENCHMARK(BM_GetBuddyField);
-VK_KEYED_BENCHMARK(BM_GetItemFields);
-BENCHMARK(BM_ProfileSequence)
-    ->Arg(10000)
-    ->Arg(100000)
-    ->Iterations(1)
-    ->Repetitions(5)
-    ->ReportAggregatesOnly(true)
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_GridSequence)
-    ->Arg(10000)
-    ->Arg(100000)
-    ->Iterations(1)
-    ->Repetitions(5)
-    ->ReportAggregatesOnly(true)
-    ->Unit(benchmark::kMillisecond);
+VK_KEYED(GetGrid, "UserGrid.xml", MakeGrid, GetGrid, GridXPath);
+VK_KEYED(SetGrid, "UserGrid.xml", MakeGrid, SetGrid, GridXPath);
+VK_KEYED(GetKeyDepts, "KeyDepts.xml", MakeKeyDepts, GetKeyDepts, KeyDeptsXPath);
+VK_KEYED(SetKeyDepts, "KeyDepts.xml", MakeKeyDepts, SetKeyDepts, KeyDeptsXPath);
+VK_KEYED(GetLeader, "Leader.xml", MakeLeader, GetLeader, LeaderXPath);
+VK_KEYED(SetLeader, "Leader.xml", MakeLeader, SetLeader, LeaderXPath);
+VK_KEYED(GetProfile, "WEZProfile.dat", MakeProfiles, GetProfile, ProfileXPath);
+VK_KEYED(SetProfile, "WEZProfile.dat", MakeProfiles, SetProfile, SetProfileXPaths);
+VK_KEYED(MobileGetItem, "MobileProfile.xml", MakeMobile, GetMobileItem, MobileXPath);
+VK_KEYED(GetBuddyField, "WEZProfilePro.dat", MakeBuddies, GetBuddyField, BuddyFieldXPath);
+VK_KEYED(GetItemFields, "WEZExtBuddy.xml", MakeItems, GetItemFields, ItemFieldsXPaths);
+
+#define VK_SEQUENCE(name, ...)                      \
+  BENCHMARK_CAPTURE(BM_Sequence, name, __VA_ARGS__) \
+      ->Arg(10000)                                  \
+      ->Arg(100000)                                 \
+      ->Iterations(1)                               \
+      ->Repetitions(5)                              \
+      ->ReportAggregatesOnly(true)                  \
+      ->Unit(benchmark::kMillisecond)
+VK_SEQUENCE(SetAndGetProfile, "WEZProfile.dat", MakeProfiles, SetProfile, GetProfile, ProfileXPath);
+VK_SEQUENCE(SetOrAddAndGetGrid, "UserGrid.xml", MakeGrid, SetOrAddGrid, GetGrid, GridXPath);
 
 }  // namespace
 
