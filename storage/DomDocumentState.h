@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "storage/KeyedIndex.h"
+
 namespace vk {
 
 class DomDocumentState {
@@ -22,6 +24,8 @@ class DomDocumentState {
 
   xmlDocPtr Doc() const { return doc_; }
   const std::optional<std::string>& DeclaredEncoding() const { return encoding_; }
+  // The keyed lookups' index of this tree; every change to the tree goes through it.
+  KeyedIndex& Index() { return index_; }
 
   void AddHandle() { ++handles_; }
   void ReleaseHandle();
@@ -35,6 +39,7 @@ class DomDocumentState {
   std::optional<std::string> encoding_;
   long handles_ = 0;
   std::vector<xmlNodePtr> detached_;
+  KeyedIndex index_{doc_};
 };
 
 }  // namespace vk

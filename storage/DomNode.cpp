@@ -9,6 +9,8 @@
 #include "platform/Text.h"
 #include "storage/DomDocumentState.h"
 #include "storage/DomNodeList.h"
+#include "storage/KeyedLookup.h"
+#include "storage/KeyedPath.h"
 #include "storage/XmlErrorTrap.h"
 
 namespace vk {
@@ -77,10 +79,11 @@ const char16_t* TypeName(xmlElementType type) {
   }
 }
 
-// Evaluates an XPath 1.0 expression; the result must be a node set.
-std::vector<xmlNodePtr> Evaluate(xmlDocPtr doc, xmlNodePtr context, std::u16string_view xpath) {
+// Evaluates an XPath 1.0 expression (`expression`, the UTF-8 form of xpath); the result
+// must be a node set.
+std::vector<xmlNodePtr> Evaluate(xmlDocPtr doc, xmlNodePtr context, const std::string& expression,
+                                 std::u16string_view xpath) {
   XmlErrorTrap trap;
-  std::string expression = ToXmlText(xpath);
   xmlXPathContextPtr ctx = xmlXPathNewContext(doc);
   if (ctx == nullptr) throw ComError(E_OUTOFMEMORY, u"Cannot create an XPath context.");
   ctx->node = context;
@@ -200,10 +203,13 @@ void DomNode::SetNodeValue(std::u16string_view value) {
       auto* attr = reinterpret_cast<xmlAttrPtr>(node_);
       // xmlNodeSetContent would read "&..." in the value as entity references; setting the
       // attribute through its element stores the text as it is.
-      if (attr->parent == nullptr ||
-          xmlSetNsProp(attr->parent, attr->ns, attr->name, X(text)) == nullptr) {
+      if (attr->parent == nullptr) {
         throw ComError(E_FAIL, trap.MessageOr(u"Cannot set the attribute's value."));
       }
+      state_->Index().BeforeAttributeChange(attr->parent);
+      bool set = xmlSetNsProp(attr->parent, attr->ns, attr->name, X(text)) != nullptr;
+      state_->Index().AfterAttributeChange(attr->parent);
+      if (!set) throw ComError(E_FAIL, trap.MessageOr(u"Cannot set the attribute's value."));
       return;
     }
     case XML_TEXT_NODE:
@@ -234,6 +240,7 @@ void DomNode::SetText(std::u16string_view text) {
   // The old children may still be held by handles: they leave the tree but stay alive.
   while (node_->children != nullptr) {
     xmlNodePtr child = node_->children;
+    state_->Index().BeforeDetach(child);
     xmlUnlinkNode(child);
     state_->TrackDetached(child);
   }
@@ -257,8 +264,10 @@ void DomNode::SetAttribute(std::u16string_view name, std::u16string_view value) 
   std::string text = ToXmlText(value);
   XmlErrorTrap trap;
   xmlAttrPtr existing = FindAttribute(node_, key);
+  state_->Index().BeforeAttributeChange(node_);
   xmlAttrPtr set = existing != nullptr ? xmlSetNsProp(node_, existing->ns, existing->name, X(text))
                                        : xmlSetProp(node_, X(key), X(text));
+  state_->Index().AfterAttributeChange(node_);
   if (set == nullptr) throw ComError(E_FAIL, trap.MessageOr(u"Cannot set the attribute."));
 }
 
@@ -297,11 +306,11 @@ DomNodeList DomNode::ChildNodes() const {
   return DomNodeList(state_, std::move(children));
 }
 
-DomNode DomNode::AppendChild(const DomNode& child) {
+void DomNode::RequireInsertable(const DomNode& child) const {
   RequireElement();
-  if (child.node_ == nullptr) throw ComError(E_INVALIDARG, u"The node to append is null.");
+  if (child.node_ == nullptr) throw ComError(E_INVALIDARG, u"The node to insert is null.");
   if (child.state_ != state_) {
-    throw ComError(E_INVALIDARG, u"The node to append belongs to another document.");
+    throw ComError(E_INVALIDARG, u"The node to insert belongs to another document.");
   }
   switch (child.node_->type) {
     case XML_ELEMENT_NODE:
@@ -311,26 +320,48 @@ DomNode DomNode::AppendChild(const DomNode& child) {
     case XML_PI_NODE:
       break;
     default:
-      throw ComError(E_FAIL, u"This kind of node cannot be appended to an element.");
+      throw ComError(E_FAIL, u"This kind of node cannot be inserted into an element.");
   }
   for (xmlNodePtr up = node_; up != nullptr; up = up->parent) {
     if (up == child.node_) {
       throw ComError(E_FAIL, u"This operation would make a node a descendant of itself.");
     }
   }
+}
+
+DomNode DomNode::AppendChild(const DomNode& child) {
+  return InsertBefore(child, DomNode());
+}
+
+DomNode DomNode::InsertBefore(const DomNode& child, const DomNode& reference) {
+  RequireInsertable(child);
+  if (reference.node_ != nullptr &&
+      (reference.state_ != state_ || reference.node_->parent != node_ ||
+       reference.node_->type == XML_ATTRIBUTE_NODE)) {
+    throw ComError(E_INVALIDARG, u"The reference node is not a child of this node.");
+  }
   xmlNodePtr node = child.node_;
+  if (node == reference.node_) return child;
+  state_->Index().BeforeDetach(node);
   xmlUnlinkNode(node);
-  // Linked by hand: xmlAddChild merges a text node into a preceding one and frees it, which
-  // would leave the caller's handle dangling.
+  // Linked by hand: xmlAddChild and its kin merge a text node into a neighbouring one and
+  // free it, which would leave the caller's handle dangling.
+  xmlNodePtr next = reference.node_;
+  xmlNodePtr prev = next != nullptr ? next->prev : node_->last;
   node->parent = node_;
-  node->next = nullptr;
-  node->prev = node_->last;
-  if (node_->last != nullptr) {
-    node_->last->next = node;
+  node->next = next;
+  node->prev = prev;
+  if (prev != nullptr) {
+    prev->next = node;
   } else {
     node_->children = node;
   }
-  node_->last = node;
+  if (next != nullptr) {
+    next->prev = node;
+  } else {
+    node_->last = node;
+  }
+  state_->Index().AfterAttach(node);
   return child;
 }
 
@@ -340,20 +371,30 @@ DomNode DomNode::RemoveChild(const DomNode& child) {
       child.node_->type == XML_ATTRIBUTE_NODE) {
     throw ComError(E_INVALIDARG, u"The node to remove is not a child of this node.");
   }
+  state_->Index().BeforeDetach(child.node_);
   xmlUnlinkNode(child.node_);
   state_->TrackDetached(child.node_);
   return child;
 }
 
-DomNode DomNode::SelectSingleNode(std::u16string_view xpath) const {
+std::vector<xmlNodePtr> DomNode::Select(std::u16string_view xpath) const {
   RequireNode();
-  std::vector<xmlNodePtr> nodes = Evaluate(state_->Doc(), node_, xpath);
+  std::string expression = ToXmlText(xpath);
+  // The stores' keyed lookups are answered from the index; the same nodes, without a scan.
+  if (std::optional<KeyedPath> path = KeyedPath::Parse(expression)) {
+    KeyedLookup lookup(state_->Index(), state_->Doc(), *path);
+    if (std::optional<std::vector<xmlNodePtr>> nodes = lookup.Select(node_)) return *nodes;
+  }
+  return Evaluate(state_->Doc(), node_, expression, xpath);
+}
+
+DomNode DomNode::SelectSingleNode(std::u16string_view xpath) const {
+  std::vector<xmlNodePtr> nodes = Select(xpath);
   return nodes.empty() ? DomNode() : Wrap(nodes.front());
 }
 
 DomNodeList DomNode::SelectNodes(std::u16string_view xpath) const {
-  RequireNode();
-  return DomNodeList(state_, Evaluate(state_->Doc(), node_, xpath));
+  return DomNodeList(state_, Select(xpath));
 }
 
 }  // namespace vk

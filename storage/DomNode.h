@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vk {
 
@@ -54,6 +55,8 @@ class DomNode {
   DomNodeList ChildNodes() const;
   // Moves child to the end of this element's children and returns it.
   DomNode AppendChild(const DomNode& child);
+  // Moves child before reference, a child of this element (to the end when it is null).
+  DomNode InsertBefore(const DomNode& child, const DomNode& reference);
   // Detaches child from this element and returns it; its siblings are no longer reachable
   // from it. A node that is not a child of this one is an error.
   DomNode RemoveChild(const DomNode& child);
@@ -67,8 +70,10 @@ class DomNode {
 
  private:
   DomNode Wrap(xmlNodePtr node) const;
+  std::vector<xmlNodePtr> Select(std::u16string_view xpath) const;
   void RequireNode() const;
   void RequireElement() const;
+  void RequireInsertable(const DomNode& child) const;
 
   std::shared_ptr<DomDocumentState> state_;
   xmlNodePtr node_ = nullptr;

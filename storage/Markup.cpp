@@ -155,11 +155,7 @@ bool CMarkup::AddElem(std::u16string_view name) {
       return true;
     }
     vk::DomNode element = doc_.CreateElement(name);
-    if (current_ && current_.NextSibling()) {
-      xmlAddNextSibling(current_.Raw(), element.Raw());
-    } else {
-      level_.AppendChild(element);
-    }
+    level_.InsertBefore(element, current_ ? current_.NextSibling() : vk::DomNode());
     current_ = element;
     child_ = vk::DomNode();
     return true;
