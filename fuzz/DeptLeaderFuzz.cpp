@@ -1,6 +1,20 @@
-// The department leaders' file as found on disk: opened, read, changed and written back.
+// The department leaders' file as found on disk: opened, read, changed and written back; a
+// second store opened on the written file answers as the first did.
+#include <tuple>
+
 #include "fuzz/FuzzSupport.h"
 #include "org/DeptLeader.h"
+
+namespace {
+
+auto Answers(CDeptLeader* leader) {
+  LONG version = -1, two = -1;
+  const HRESULT has_version = leader->GetVersion(&version);
+  const HRESULT has_two = leader->GetLeader(2, &two);
+  return std::tuple(has_version, version, has_two, two);
+}
+
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const vk::fuzz::Scratch& scratch = vk::fuzz::Scratch::Fresh();
@@ -14,6 +28,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   leader->DeleteDept(1);
   leader->SetVersion(4);
   leader->ResetIfExpired();
+  const auto answers = Answers(leader.get());
   leader->Close();
+  vk::fuzz::Ref<CDeptLeader> again(new CDeptLeader());
+  again->Initialize(scratch.File("Leader.xml").c_str(), nullptr);
+  vk::fuzz::Expect(Answers(again.get()) == answers, "the saved leaders answer otherwise");
   return 0;
 }

@@ -57,18 +57,18 @@ void Profiles(const std::u16string& path) {
     std::vector<ProfileInfo> profiles(n);
     LONG got = static_cast<LONG>(n);
     if (store->GetProfiles(profiles.data(), &got) == S_OK && got > 0) {
-      nick.assign(profiles[0].nick, std::u16string_view(profiles[0].nick, 32).find(u'\0'));
+      nick = vk::FieldText(profiles[0].nick);
     }
   }
   ProfileInfo profile{};
-  vk::fuzz::Put(profile.nick, nick);
+  vk::CopyToField(profile.nick, nick);
   store->GetProfile(&profile);
   vk::fuzz::OwnedBstr by_uin;
   store->GetNickByUin(profile.uin != 0 ? profile.uin : 1, &by_uin);
   ProfileInfo added{};
   added.uin = 42;
-  vk::fuzz::Put(added.nick, u"Bob");
-  vk::fuzz::Put(added.name, u"Bob Jones");
+  vk::CopyToField(added.nick, u"Bob");
+  vk::CopyToField(added.name, u"Bob Jones");
   store->SetProfile(&added);
   store->DeleteProfile(nick.c_str());
   store->Close();
@@ -91,8 +91,8 @@ void BuddyProfiles(const std::u16string& path) {
   store->GetBuddyField(u"ann", u"Mobile", &value);
   VariantClear(&value);
   BuddyField change[1] = {};
-  vk::fuzz::Put(change[0].name, u"Mobile");
-  vk::fuzz::Put(change[0].value, u"123");
+  vk::CopyToField(change[0].name, u"Mobile");
+  vk::CopyToField(change[0].value, u"123");
   store->SetBuddyFields(u"ann", change, 1);
   store->DeleteBuddy(u"bob");
   store->Close();

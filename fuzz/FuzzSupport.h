@@ -7,6 +7,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -15,6 +17,7 @@
 
 #include "platform/Files.h"
 #include "platform/Log.h"
+#include "storage/FixedField.h"
 #include "vaultkit/vkcom.h"
 
 namespace vk::fuzz {
@@ -114,6 +117,14 @@ class OwnedBstr {
   BSTR value_ = nullptr;
 };
 
+// A store must read back what it wrote: a broken promise stops the run as a crash would, so
+// that libFuzzer keeps the input.
+inline void Expect(bool holds, const char* what) {
+  if (holds) return;
+  std::fprintf(stderr, "fuzz: %s\n", what);
+  std::abort();
+}
+
 // The number of records to allocate for an array operation, from the count the store
 // answered (the array operations trust their caller, as the client does): room for one at
 // least, and 0 (skip the call) for a count no input of a few kilobytes could hold.
@@ -121,12 +132,6 @@ inline size_t Capacity(LONG count) {
   constexpr LONG kMost = 1 << 16;
   if (count > kMost) return 0;
   return count <= 0 ? 1 : static_cast<size_t>(count);
-}
-
-// Fills a fixed-length field of a record the caller zeroed.
-template <size_t N>
-void Put(OLECHAR (&field)[N], std::u16string_view text) {
-  text.substr(0, N - 1).copy(field, N - 1);
 }
 
 }  // namespace vk::fuzz

@@ -16,13 +16,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size_t n = vk::fuzz::Capacity(count)) {
     std::vector<MobileProfileItem> items(n);
     store->GetItems(items.data());
-    if (count > 0) first.assign(items[0].Name, std::u16string_view(items[0].Name, 32).find(u'\0'));
+    if (count > 0) first = vk::FieldText(items[0].Name);
   }
   MobileProfileItem item{};
   store->GetItem(first.c_str(), &item);
   MobileProfileItem added{};
-  vk::fuzz::Put(added.Name, first);
-  vk::fuzz::Put(added.Number, u"13800000000");
+  vk::CopyToField(added.Name, first);
+  vk::CopyToField(added.Number, u"13800000000");
   store->AddItem(&added);
   store->DeleteItem(first.c_str());
   store->Close();

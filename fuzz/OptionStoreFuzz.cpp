@@ -1,5 +1,7 @@
 // An option file as found on disk: read through the profile functions, then written (which
-// reads and rewrites the whole file) and read again.
+// reads and rewrites the whole file) and read again: what was written is what is read.
+#include <algorithm>
+
 #include "fuzz/FuzzSupport.h"
 #include "settings/OptionStore.h"
 
@@ -14,11 +16,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   store->GetString(u"Text", text, sizeof text);
   unsigned char blob[8] = {};
   store->GetStruct(u"Blob", blob, sizeof blob);
-  store->SetInt(u"Num", value + 1);
+  if (store->SetInt(u"Num", 12345) == S_OK) {
+    store->GetInt(u"Num", &value);
+    vk::fuzz::Expect(value == 12345, "the option file does not give back the number written");
+  }
   store->SetString(u"Text", nullptr);
   const unsigned char mine[3] = {1, 2, 0xAB};
-  store->SetStruct(u"Mine", mine, sizeof mine);
-  store->GetStruct(u"Mine", blob, sizeof mine);
+  if (store->SetStruct(u"Mine", mine, sizeof mine) == S_OK) {
+    vk::fuzz::Expect(store->GetStruct(u"Mine", blob, sizeof mine) == S_OK &&
+                         std::equal(mine, mine + sizeof mine, blob),
+                     "the option file does not give back the bytes written");
+  }
   store->GetString(u"Other", text, sizeof text);
   return 0;
 }

@@ -6,15 +6,6 @@
 #include "fuzz/FuzzSupport.h"
 #include "profiles/WEZItemStore.h"
 
-namespace {
-
-std::u16string Text(const OLECHAR (&field)[256]) {
-  const std::u16string_view text(field, 256);
-  return std::u16string(text.substr(0, text.find(u'\0')));
-}
-
-}  // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const vk::fuzz::Scratch& scratch = vk::fuzz::Scratch::Fresh();
   const auto parts = vk::fuzz::SplitParts(vk::fuzz::Bytes(data, size), 2);
@@ -31,7 +22,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size_t n = vk::fuzz::Capacity(count)) {
     std::vector<ItemField> names(n);
     store->GetItemNames(names.data());
-    if (count > 0) name = Text(names[0].value);
+    if (count > 0) name = vk::FieldText(names[0].value);
   }
   LONG fields = 0;
   store->GetItemFieldCount(name.c_str(), &fields);
@@ -39,7 +30,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size_t n = vk::fuzz::Capacity(fields)) {
     std::vector<ItemField> records(n);
     store->GetItemFields(name.c_str(), records.data(), &fields);
-    if (fields > 0) value = Text(records[0].value);
+    if (fields > 0) value = vk::FieldText(records[0].value);
   }
   VARIANT list;
   VariantInit(&list);
@@ -48,9 +39,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   vk::fuzz::OwnedBstr found;
   store->FindItemByFieldValue(value.c_str(), &found);
   ItemField change[2] = {};
-  vk::fuzz::Put(change[0].id, u"Mobile");
-  vk::fuzz::Put(change[0].value, u"123");
-  vk::fuzz::Put(change[1].id, u"Mail");
+  vk::CopyToField(change[0].id, u"Mobile");
+  vk::CopyToField(change[0].value, u"123");
+  vk::CopyToField(change[1].id, u"Mail");
   store->SetItemFields(name.c_str(), change, 2);
   store->DeleteItemFields(name.c_str(), change + 1, 1);
   store->Close();
