@@ -87,6 +87,9 @@ bool OffMsgIndexScan::Scan(std::u16string_view path, const Visit& on_root, const
   bool ok = gbk != nullptr && xmlSwitchToEncoding(parser, gbk) == 0 &&
             xmlParseChunk(parser, bytes->data(), static_cast<int>(bytes->size()), 1) == 0 &&
             parser->wellFormed != 0 && state.root_ok;
+  // A document type declaration makes the parser build a document of its own to hold the
+  // declared entities; the parser leaves freeing it to its caller.
+  if (parser->myDoc != nullptr) xmlFreeDoc(parser->myDoc);
   xmlFreeParserCtxt(parser);
   return ok;
 }

@@ -5,7 +5,11 @@
 #include <libxml/xmlsave.h>
 
 #include <climits>
+#include <cstring>
 #include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "platform/ComError.h"
 #include "platform/Files.h"
@@ -68,6 +72,46 @@ std::optional<std::string> DeclaredEncoding(std::string_view text) {
   size_t end = decl.find(decl[pos], pos + 1);
   if (end == std::string_view::npos) return std::nullopt;
   return std::string(decl.substr(pos + 1, end - pos - 1));
+}
+
+// libxml2 writes a namespace declaration's URI as it stands, so a '<' or '&' in it (read from
+// "&lt;" or "&amp;") would make the saved file unreadable. For the length of a save such URIs
+// are replaced by their escaped text; the returned list puts the originals back.
+using NamespaceUris = std::vector<std::pair<xmlNsPtr, const xmlChar*>>;
+
+NamespaceUris EscapeNamespaceUris(xmlDocPtr doc) {
+  NamespaceUris replaced;
+  xmlNodePtr node = xmlDocGetRootElement(doc);
+  while (node != nullptr) {
+    for (xmlNsPtr ns = node->nsDef; ns != nullptr; ns = ns->next) {
+      const char* href = reinterpret_cast<const char*>(ns->href);
+      if (href == nullptr || std::strpbrk(href, "<&") == nullptr) continue;
+      std::string escaped;
+      for (const char* c = href; *c != 0; ++c) {
+        escaped += *c == '<' ? "&lt;" : *c == '&' ? "&amp;" : std::string(1, *c);
+      }
+      replaced.emplace_back(ns, ns->href);
+      ns->href = xmlStrdup(reinterpret_cast<const xmlChar*>(escaped.c_str()));
+    }
+    // Depth first over the elements, without recursion.
+    if (xmlNodePtr child = xmlFirstElementChild(node)) {
+      node = child;
+      continue;
+    }
+    while (node != nullptr && xmlNextElementSibling(node) == nullptr) {
+      node = node->parent != nullptr && node->parent->type == XML_ELEMENT_NODE ? node->parent
+                                                                               : nullptr;
+    }
+    if (node != nullptr) node = xmlNextElementSibling(node);
+  }
+  return replaced;
+}
+
+void RestoreNamespaceUris(const NamespaceUris& replaced) {
+  for (const auto& [ns, original] : replaced) {
+    xmlFree(const_cast<xmlChar*>(ns->href));
+    ns->href = original;
+  }
 }
 
 }  // namespace
@@ -148,8 +192,10 @@ std::string DomDocument::Serialize(const char* encoding, bool with_declaration) 
     xmlBufferFree(buffer);
     throw ComError(E_FAIL, u"Cannot write the encoding " + FromUtf8(encoding) + u".");
   }
+  const NamespaceUris escaped = EscapeNamespaceUris(state_->Doc());
   long written = xmlSaveDoc(save, state_->Doc());
   int closed = xmlSaveClose(save);
+  RestoreNamespaceUris(escaped);
   if (written < 0 || closed < 0 || trap.HasError()) {
     xmlBufferFree(buffer);
     throw ComError(E_FAIL, trap.MessageOr(u"Cannot serialise the document."));
