@@ -2,18 +2,8 @@
 # vaultkit check end to end: a healthy account made by the demo passes; each kind of damage,
 # planted alone in a copy, is found and named with what the store will do; the check never
 # changes a byte or a name in the folder it examines.
-set -u
 vaultkit=$1
-work=$(mktemp -d)
-trap 'chmod -R u+rwX "$work"; rm -rf "$work"' EXIT
-export VAULTKIT_REGISTRY="$work/registry"
-passed=0
-failed=0
-check() {  # description, then a command that must succeed
-  local what=$1
-  shift
-  if "$@"; then passed=$((passed + 1)); else failed=$((failed + 1)); echo "FAILED: $what"; fi
-}
+source "$(dirname "$0")/harness.sh"
 # Every name, kind, size and mode below a folder, and every file's bytes.
 snapshot() {
   (cd "$1" && find . -printf '%p %y %s %m\n' | LC_ALL=C sort &&

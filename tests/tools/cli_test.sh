@@ -1,19 +1,9 @@
 #!/usr/bin/env bash
 # Checks the vaultkit command end to end on fresh data roots: files on disk, output, exit
 # codes for bad input.
-set -u
 vaultkit=$1
 samples=$2
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-export VAULTKIT_REGISTRY="$work/registry"
-passed=0
-failed=0
-check() {  # description, then a command that must succeed
-  local what=$1
-  shift
-  if "$@"; then passed=$((passed + 1)); else failed=$((failed + 1)); echo "FAILED: $what"; fi
-}
+source "$(dirname "$0")/harness.sh"
 exit_code() { "$@" >/dev/null 2>&1; echo $?; }
 
 d="$work/d"
