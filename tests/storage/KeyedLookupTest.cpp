@@ -60,19 +60,11 @@ constexpr Shape kShapes[] = {
 const char* const kRoots[] = {"Root", "root", "User"};
 const char* const kNames[] = {"User", "ITEM", "Item", "Field", "user"};
 const char* const kAttributes[] = {"Nick", "NICK", "id"};
-const char* const kValues[] = {"a",
-                               "A",
-                               "b",
-                               "Zed",
-                               "zED",
-                               "z\xC3\x84"
-                               "b",
-                               "\xE5\xBC\xA0",
-                               "",
-                               "x'y",
-                               "x\"y",
-                               "a b",
-                               "ab1"};
+const char* const kValues[] = {"a", "A", "b", "Zed", "zED",
+                               // Split so that the 'b' is not read as part of the escape.
+                               ("z\xC3\x84"
+                                "b"),
+                               "\xE5\xBC\xA0", "", "x'y", "x\"y", "a b", "ab1"};
 
 class Differential {
  public:
