@@ -99,6 +99,15 @@ HRESULT CLocalOffMsgStore::OpenAccount() {
     Check(root_->get_Account(&account), u"The account cannot be read.");
     account_ = account != nullptr ? account : u"";
     SysFreeString(account);
+    // The account names a folder below "Accounts" and the channel files in it: a name that
+    // would leave it is refused before anything is created, and no earlier channel stays
+    // open to be cleared.
+    if (!IsPlainName(account_)) {
+      im_ = discussion_ = {};
+      Trace(u"CLocalOffMsgStore::OpenAccount refused the account name -- Account=" + account_ +
+            u"\n");
+      return E_FAIL;
+    }
 
     std::u16string base = data_root_ + u"Accounts\\" + account_ + u"\\OffMsgFiles\\";
     std::u16string im = vk::NormalizeSeparators(base + u"IM\\");

@@ -5,6 +5,7 @@
 
 #include "messages/DialogSwitches.h"
 #include "platform/Files.h"
+#include "platform/Log.h"
 #include "platform/Text.h"
 #include "storage/LeadingDigits.h"
 #include "storage/Markup.h"
@@ -62,7 +63,17 @@ HRESULT CRevertDialogStore::Initialize(BSTR path, IUnknown* client) {
   if (client_ != nullptr) client_->Release();
   client_ = root;
   path_ = vk::NormalizeSeparators(Text(path));
-  account_folder_ = GetFileListPath() + u"Accounts\\" + Account();
+  const std::u16string account = Account();
+  if (account.empty() || IsPlainName(account)) {
+    account_folder_ = GetFileListPath() + u"Accounts\\" + account;
+  } else {
+    // A name that would leave "Accounts" is not followed: the existence check looks at the
+    // kept path instead, which the module passes as the same file.
+    OutputDebugStringW((u"Vaultkit: the dialog store does not follow the account name '" + account +
+                        u"' out of Accounts\n")
+                           .c_str());
+    account_folder_.clear();
+  }
 
   int16_t exists = 0;
   RevertFileExists(&exists);
@@ -124,7 +135,9 @@ HRESULT CRevertDialogStore::ResetFile() {
 HRESULT CRevertDialogStore::RevertFileExists(int16_t* flag) {
   if (flag == nullptr) return E_INVALIDARG;
   // The account folder, not the path argument: the module passes the same file.
-  bool exists = IsFileExist(vk::NormalizeSeparators(account_folder_ + u"\\" + kFileName));
+  bool exists = IsFileExist(account_folder_.empty()
+                                ? path_
+                                : vk::NormalizeSeparators(account_folder_ + u"\\" + kFileName));
   *flag = exists ? 1 : 0;
   return exists ? S_OK : S_FALSE;
 }

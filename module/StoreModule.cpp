@@ -57,13 +57,6 @@ void EnsureOptionFile(const std::u16string& path) {
   if (!IsFileExist(LimitFileFind(path))) WriteFileAtomically(path, std::string("\xFF\xFE", 2));
 }
 
-// An account name is one folder below "Accounts"; anything that would leave it is refused.
-bool IsSafeAccountName(const std::u16string& account) {
-  if (account.empty() || account == u"." || account == u"..") return false;
-  return account.find_first_of(u"/\\") == std::u16string::npos &&
-         account.find(u'\0') == std::u16string::npos;
-}
-
 std::u16string FromBstr(BSTR text) {
   return text == nullptr ? std::u16string() : std::u16string(text, SysStringLen(text));
 }
@@ -286,13 +279,18 @@ HRESULT CStoreModule::OnAccountChange() {
   if (FAILED(hr)) return hr;
   std::u16string account = FromBstr(account_text);
   SysFreeString(account_text);
-  if (!IsSafeAccountName(account)) {
+  // An account name is one folder below "Accounts"; anything that would leave it is refused.
+  if (!IsPlainName(account)) {
+    OutputDebugStringW((u"Vaultkit: refused the account name '" + account +
+                        u"': it is not one folder name below Accounts\n")
+                           .c_str());
     VK_REPORT_ASSERT();
     return S_OK;
   }
 
   std::u16string folder = AccountPath(u"%s\\%s", account);
   if (!IsFileExist(LimitFileFind(folder))) CreateFolder(folder);
+  TakeAccount(folder, account);
 
   paths_[kRevertDialog] = AccountPath(u"%s\\%s\\RevertDialog.xml", account);
   paths_[kGroup] = AccountPath(u"%s\\%s\\Group.dat", account);
@@ -384,8 +382,27 @@ HRESULT CStoreModule::OnCommand(LONG, LONG, LONG, LONG, LONG, LONG, LONG, LONG, 
   return S_OK;
 }
 
+// Owns the account folder for this process: another process on the same account (the
+// command beside the client) then knows that its saves would overwrite ours. Without the lock
+// the stores open all the same, as they always have; the log says who holds the account.
+void CStoreModule::TakeAccount(const std::u16string& folder, const std::u16string& account) {
+  account_lock_.Release();
+  const std::string lock_file = PathToNative(folder) + "/" + kAccountLockFile;
+  if (account_lock_.Take(lock_file, std::chrono::milliseconds(0))) {
+    account_lock_.RecordHolder();
+    return;
+  }
+  const pid_t holder = FileLock::RecordedHolder(lock_file);
+  const std::u16string text =
+      u"The account '" + account + u"' is in use by " +
+      (holder > 0 ? u"process " + FromUtf8(std::to_string(holder)) : u"another process") +
+      u"; its changes and ours may overwrite each other.";
+  DoLog(u"important", u"XWEZStore", u"OnAccountChange", text.c_str());
+}
+
 HRESULT CStoreModule::OnUnload() {
   Flush();
+  account_lock_.Release();
   sink_->Disconnect();
   sink_->my_presence_change.Unsubscribe(this, &CStoreModule::OnMyPresenceChange);
   return S_OK;

@@ -11,6 +11,7 @@
 #include "module/FlushTimer.h"
 #include "module/LivenessMarker.h"
 #include "module/RootEventSink.h"
+#include "platform/FileLock.h"
 #include "runtime/AutomationObject.h"
 #include "vaultkit/vaultkit.h"
 
@@ -91,6 +92,8 @@ class CStoreModule : public AutomationObject<IClientModule, IWEZStore, IModuleDi
   HRESULT GetReadiness(LONG* org_struct_ready, LONG* user_list_ready) override;
 
  private:
+  // Takes the account folder's lock for this process, or logs who holds it.
+  void TakeAccount(const std::u16string& folder, const std::u16string& account);
   struct StoreRow {
     const char16_t* name;
     IUnknown* store;
@@ -135,6 +138,9 @@ class CStoreModule : public AutomationObject<IClientModule, IWEZStore, IModuleDi
   std::map<const IUnknown*, std::u16string> opened_;
   LONG org_struct_ready_ = 0;
   LONG user_list_ready_ = 0;
+  // This process owns the current account while it holds the account folder's lock; declared
+  // last, so that it is let go only after the stores have written their changes.
+  FileLock account_lock_;
 };
 
 }  // namespace vk

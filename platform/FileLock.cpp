@@ -24,6 +24,7 @@ struct Held {
   int fd;
   int users;
   bool recorded;  // the lock file names this process
+  bool locked;    // false: another copy of this code in the process holds the lock
 };
 std::mutex g_mutex;
 std::map<std::pair<dev_t, ino_t>, Held> g_held;
@@ -80,8 +81,17 @@ bool FileLock::Take(const std::string& path, std::chrono::milliseconds wait) {
   }
   const auto deadline = std::chrono::steady_clock::now() + wait;
   auto pause = std::chrono::milliseconds(5);
+  bool locked = true;
   while (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
     if (errno == EINTR) continue;
+    // A lock file that names this process is held by it through a descriptor this table does
+    // not know: the component and its client each link this code, and both take the
+    // account. The lock is the process's, so it is shared as above.
+    if (errno == EWOULDBLOCK && RecordedHolder(path) == ::getpid()) {
+      locked = false;
+      break;
+    }
+    errno = EWOULDBLOCK;  // the record's reading may have changed it
     if (errno != EWOULDBLOCK || std::chrono::steady_clock::now() >= deadline) {
       int saved = errno;
       ::close(fd);
@@ -92,7 +102,7 @@ bool FileLock::Take(const std::string& path, std::chrono::milliseconds wait) {
     pause = std::min(pause * 2, std::chrono::milliseconds(100));
   }
   std::lock_guard<std::mutex> hold(g_mutex);
-  g_held[identity] = {::getpid(), fd, 1, false};
+  g_held[identity] = {::getpid(), fd, 1, false, locked};
   fd_ = fd;
   return true;
 }
@@ -115,6 +125,11 @@ void FileLock::Release() {
   std::lock_guard<std::mutex> hold(g_mutex);
   auto found = g_held.find(IdentityOf(fd));
   if (found == g_held.end() || found->second.pid != ::getpid() || --found->second.users > 0) {
+    return;
+  }
+  if (!found->second.locked) {  // the other holder in this process keeps lock and record
+    g_held.erase(found);
+    ::close(fd);
     return;
   }
   // The record goes before the lock, so a recorded id names a holder or a process that died

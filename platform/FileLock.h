@@ -11,6 +11,9 @@
 
 namespace vk {
 
+// The lock file in an account folder; the process that holds it owns the account.
+inline constexpr char kAccountLockFile[] = "vaultkit.lock";
+
 class FileLock {
  public:
   FileLock() = default;

@@ -145,7 +145,9 @@ bool Replace(const std::string& target, mode_t mode, Fill&& fill) {
       errno = EISDIR;
       return false;
     }
-    mode = existing.st_mode & 07777;
+    // A save never widens who may read or write the file; it only makes it the owner's to
+    // write, as the platform's "attributes normal" does.
+    mode = (existing.st_mode & 0777) | S_IWUSR;
   }
   KeepingErrno([&] { RemoveLeftOverTemporaries(target); });
   std::string temp;

@@ -13,6 +13,9 @@ namespace vk {
 
 class FileSystem {
  public:
+  static constexpr mode_t kPrivateFile = 0600;
+  static constexpr mode_t kPrivateFolder = 0700;
+
   enum class Call { kCreate, kWrite, kSync, kRename, kRemove };
   // What a fault hook decides for one call.
   enum class Fault {
@@ -28,13 +31,14 @@ class FileSystem {
 
   // Replaces `target` by `bytes`: a temporary file in the same folder is written, flushed to
   // disk and renamed over the target, then the folder is flushed. A replaced file keeps its
-  // permissions; a new one gets `mode`. On failure the target is as it was and no temporary
-  // file remains. Temporary files of the target that a crash left are removed first.
+  // permissions, made writable by its owner; a new one gets exactly `mode`, whatever the
+  // umask (an account's files are its owner's alone). On failure the target is as it was and no
+  // temporary file remains. Temporary files of the target that a crash left are removed first.
   static bool ReplaceContents(const std::string& target, std::string_view bytes,
-                              mode_t mode = 0666);
+                              mode_t mode = kPrivateFile);
   // The same with the bytes of the file `source`, read in chunks.
   static bool ReplaceWithCopy(const std::string& source, const std::string& target,
-                              mode_t mode = 0666);
+                              mode_t mode = kPrivateFile);
   // Renames a file. Without `replace`, an existing `to` is never overwritten (EEXIST).
   static bool Rename(const std::string& from, const std::string& to, bool replace);
   // Deletes a file; a file that is not there counts as deleted.

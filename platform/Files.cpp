@@ -66,7 +66,13 @@ std::u16string PathFromNative(std::string_view path) {
 bool CreateFolder(std::u16string_view path) {
   std::string native = PathToNative(path);
   if (native.empty()) return false;
-  if (::mkdir(native.c_str(), 0777) != 0 && errno != EEXIST) return false;
+  if (::mkdir(native.c_str(), FileSystem::kPrivateFolder) == 0) {
+    // The umask may have taken more than group and other bits; a folder made here is the
+    // owner's alone, and an existing one is left as it is.
+    ::chmod(native.c_str(), FileSystem::kPrivateFolder);
+  } else if (errno != EEXIST) {
+    return false;
+  }
   struct stat info {};
   return ::stat(native.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
 }
@@ -117,7 +123,7 @@ bool WriteFileAtomically(std::u16string_view path, std::string_view bytes) {
 }
 
 bool ReplaceFileWithCopy(std::u16string_view source, std::u16string_view target) {
-  if (FileSystem::ReplaceWithCopy(PathToNative(source), PathToNative(target), 0644)) return true;
+  if (FileSystem::ReplaceWithCopy(PathToNative(source), PathToNative(target))) return true;
   RecordFileError(target);
   return false;
 }
@@ -239,6 +245,11 @@ std::u16string GetFileListPath() {
   std::u16string path = vk::PathFromNative(root);
   if (path.empty() || path.back() != vk::kSep) path += vk::kSep;
   return path;
+}
+
+bool IsPlainName(std::u16string_view name) {
+  if (name.empty() || name == u"." || name == u"..") return false;
+  return name.find_first_of(std::u16string_view(u"/\\\0", 3)) == std::u16string_view::npos;
 }
 
 std::u16string LimitFileFind(std::u16string_view path) {

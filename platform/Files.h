@@ -64,6 +64,10 @@ void KeepDamagedCopy(std::u16string_view path);
 // The client's data root: $VAULTKIT_DATA_ROOT, else $XDG_DATA_HOME/vaultkit, else
 // ~/.local/share/vaultkit; always ends with kSep.
 std::u16string GetFileListPath();
+// True when `name` is one plain file or folder name: not empty, not "." or "..", without a
+// separator (either slash) or NUL. A name from the client or from a file becomes part of a
+// path under the data root only after this check, so that no path leaves its folder.
+bool IsPlainName(std::u16string_view name);
 // Normalises a path before a search (separators, repeated separators).
 std::u16string LimitFileFind(std::u16string_view path);
 // True if a file or folder exists at the path.

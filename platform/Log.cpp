@@ -85,10 +85,11 @@ void WriteToLogFile(const LogRecord& record) {
       Field(record.source) + "\t" + Field(record.function) + "\t" + Field(record.text) + "\n";
   std::u16string root = GetFileListPath();
   std::string path = PathToNative(root + u"vaultkit.log");
-  int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
-  if (fd < 0 && CreateFolders(root)) {
-    fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
-  }
+  // The log names accounts and files: private like the data it describes. A FIFO in its
+  // place is not waited for.
+  const int flags = O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW;
+  int fd = ::open(path.c_str(), flags, 0600);
+  if (fd < 0 && CreateFolders(root)) fd = ::open(path.c_str(), flags, 0600);
   if (fd < 0) return;
   // One write per line, so lines of several processes do not interleave.
   [[maybe_unused]] ssize_t written = ::write(fd, line.data(), line.size());

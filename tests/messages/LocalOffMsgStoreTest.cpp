@@ -142,6 +142,20 @@ TEST_F(LocalOffMsgStoreTest, OpeningNeedsASiteARootAndCreatableFolders) {
   root_->SetAccount(u"dave");
   EXPECT_EQ(fresh->OpenAccount(), S_OK);
   EXPECT_TRUE(IsFolder(data_.File(u"Accounts/dave/OffMsgFiles/DisGroup")));
+  // An account that would leave Accounts is refused: nothing is made outside, and clearing
+  // afterwards deletes nothing, not even the channels of the account opened before.
+  data_.WriteBytes("Accounts/dave/OffMsgFiles/IM/dave.xml", "kept");
+  for (const char16_t* bad : {u"../../victim", u"..", u".", u"a/b", u"a\\b", u""}) {
+    root_->SetAccount(bad);
+    LogCapture log;
+    EXPECT_EQ(fresh->OpenAccount(), E_FAIL) << ToUtf8(bad);
+    EXPECT_EQ(fresh->ClearChannel(kIm), S_OK);
+    EXPECT_TRUE(log.HasDebugLineContaining("refused the account name"));
+  }
+  EXPECT_FALSE(IsFolder(data_.File(u"victim")));
+  EXPECT_FALSE(IsFolder(data_.File(u"../victim")));
+  EXPECT_FALSE(IsFolder(data_.File(u"Accounts/OffMsgFiles")));
+  EXPECT_EQ(data_.ReadBytes("Accounts/dave/OffMsgFiles/IM/dave.xml"), "kept");
   fresh->Release();
 }
 

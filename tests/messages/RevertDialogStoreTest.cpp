@@ -323,6 +323,13 @@ TEST_F(RevertDialogStoreTest, ExistenceIsCheckedInTheAccountFolder) {
   int16_t flag = 5;
   EXPECT_EQ(store_->RevertFileExists(&flag), S_FALSE);
   EXPECT_EQ(flag, 0);
+  // An account name that would leave Accounts is not followed out of it: the kept path is
+  // checked instead, so its dialogs survive.
+  data_.WriteBytes("Accounts/alice/RevertDialog.xml", Switches("2", "0", "0", "0", "0"));
+  client_->SetAccount(u"../outside");
+  Initialize();
+  EXPECT_EQ(File(), Switches("2", "0", "0", "0", "0"));
+  client_->SetAccount(u"alice");
   // Without a client root the account is empty; Initialize still succeeds.
   path = SysAllocString(data_.File(u"x.xml").c_str());
   EXPECT_EQ(store_->Initialize(path, nullptr), S_OK);

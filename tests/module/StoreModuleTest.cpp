@@ -1,9 +1,15 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
 
 #include "module/ClassTable.h"
+#include "platform/FileLock.h"
+#include "platform/Files.h"
+#include "platform/Text.h"
 #include "tests/module/ModuleFixture.h"
 
 namespace vk::test {
@@ -110,6 +116,79 @@ TEST_F(ModuleTest, AccountChangeCreatesTheFolderAndUserCfgAndBuildsEveryPath) {
   EXPECT_EQ(module->OnAccountChange(), S_OK);
   EXPECT_EQ(LoginLines(), 2u);
   EXPECT_EQ(Assertions(), 0u);
+}
+
+// Every file and folder the component makes for an account is its owner's alone, whatever
+// the umask; the module owns the account folder while it works on it.
+TEST_F(ModuleTest, AnAccountIsPrivateAndOwnedByTheProcessWorkingOnIt) {
+  const mode_t umask_before = ::umask(0);
+  module->OnLoad(static_cast<IModuleSite*>(site));
+  root->SetAccount(u"alice");
+  EXPECT_EQ(module->OnAccountChange(), S_OK);
+  IWEZStore* stores = nullptr;
+  module->QueryInterface(IID_IWEZStore, reinterpret_cast<void**>(&stores));
+  IUserGrid* grid = nullptr;
+  stores->GetUserGrid(&grid);
+  grid->SetGrid(u"bob", 5);
+  grid->Release();
+  stores->Release();
+  const std::string lock = data.NativeFile("Accounts/alice/") + kAccountLockFile;
+  EXPECT_EQ(FileLock::RecordedHolder(lock), ::getpid());
+  pid_t child = ::fork();
+  if (child == 0) ::_exit(FileLock::Probe(lock) == FileLock::State::kHeld ? 0 : 1);
+  int status = -1;
+  ::waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0) << "another process sees the account held";
+  EXPECT_EQ(module->OnUnload(), S_OK);
+  ::umask(umask_before);
+  EXPECT_EQ(FileLock::Probe(lock), FileLock::State::kFree) << "unloading leaves the account";
+
+  size_t files = 0;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(data.NativePath())) {
+    const auto perms = static_cast<unsigned>(entry.status().permissions());
+    if (entry.is_directory()) {
+      EXPECT_EQ(perms & 0777, 0700u) << entry.path();
+    } else {
+      EXPECT_EQ(perms & 077, 0u) << entry.path();
+      ++files;
+    }
+  }
+  EXPECT_GE(files, 15u);
+}
+
+TEST_F(ModuleTest, AnAccountHeldByAnotherProcessStillOpensAndSaysWhoHoldsIt) {
+  CreateFolders(data.File(u"Accounts/alice"));
+  const std::string lock = data.NativeFile("Accounts/alice/") + kAccountLockFile;
+  int ready[2], done[2];
+  ASSERT_EQ(::pipe(ready), 0);
+  ASSERT_EQ(::pipe(done), 0);
+  pid_t child = ::fork();
+  if (child == 0) {
+    FileLock held;
+    char byte = held.Take(lock, std::chrono::milliseconds(0)) && held.RecordHolder() ? 'y' : 'n';
+    (void)!::write(ready[1], &byte, 1);
+    (void)!::read(done[0], &byte, 1);
+    ::_exit(0);
+  }
+  char byte = 0;
+  ASSERT_EQ(::read(ready[0], &byte, 1), 1);
+  ASSERT_EQ(byte, 'y');
+  module->OnLoad(static_cast<IModuleSite*>(site));
+  root->SetAccount(u"alice");
+  log.Clear();
+  EXPECT_EQ(module->OnAccountChange(), S_OK);
+  EXPECT_FALSE(module->Path(CStoreModule::kUserGrid).empty()) << "the stores open all the same";
+  const std::u16string said = u"is in use by process " + FromUtf8(std::to_string(child));
+  EXPECT_TRUE(std::any_of(log.Records().begin(), log.Records().end(), [&](const auto& r) {
+    return r.text.find(said) != std::u16string::npos;
+  }));
+  (void)!::write(done[1], "x", 1);
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  // Once the other process is gone, the next account change takes the account.
+  EXPECT_EQ(module->OnAccountChange(), S_OK);
+  EXPECT_EQ(FileLock::RecordedHolder(lock), ::getpid());
+  for (int fd : {ready[0], ready[1], done[0], done[1]}) ::close(fd);
 }
 
 TEST_F(ModuleTest, AccountNamesThatLeaveTheAccountsFolderAreRefused) {

@@ -95,6 +95,29 @@ TEST(FilesTest, AtomicWriteReplacesWholeAndLeavesNoTemporaryFiles) {
   ASSERT_EQ(::stat(root.NativeFile("f.bin").c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 0777, 0640u);  // the replacement keeps the permissions
   EXPECT_EQ(EntriesIn(root.NativePath()), 1u);
+  {
+    // Whatever the umask, new files are the owner's alone and new folders too; a save makes
+    // a read-only file the owner's to write but never opens it to anyone else.
+    const mode_t umask_before = ::umask(0);
+    ::chmod(root.NativeFile("f.bin").c_str(), 0440);
+    const bool saved = vk::WriteFileAtomically(root.File(u"f.bin"), "third") &&
+                       vk::WriteFileAtomically(root.File(u"new.bin"), "x") &&
+                       vk::ReplaceFileWithCopy(root.File(u"f.bin"), root.File(u"copy.bin")) &&
+                       vk::CreateFolders(root.File(u"p/q"));
+    ::umask(umask_before);
+    ASSERT_TRUE(saved);
+    for (auto [name, mode] : {std::pair{"f.bin", 0640u},
+                              {"new.bin", 0600u},
+                              {"copy.bin", 0600u},
+                              {"p", 0700u},
+                              {"p/q", 0700u}}) {
+      ASSERT_EQ(::stat(root.NativeFile(name).c_str(), &info), 0);
+      EXPECT_EQ(info.st_mode & 0777, mode) << name;
+    }
+    for (const char* name : {"new.bin", "copy.bin"}) ::unlink(root.NativeFile(name).c_str());
+    ::rmdir(root.NativeFile("p/q").c_str());
+    ::rmdir(root.NativeFile("p").c_str());
+  }
 
   // Failures leave the target as it was and nothing beside it.
   ASSERT_TRUE(vk::CreateFolder(root.File(u"dir")));

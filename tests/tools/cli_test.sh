@@ -150,8 +150,14 @@ check "status exits as its load went" test "$code" = "$want"
 again=$("$vaultkit" "${a[@]}" status)
 check "status shows this run's reports only" \
   test "$(grep -c "ASSERT HAPPENS" <<<"$again")" = "$(grep -c "ASSERT HAPPENS" <<<"$status")"
-# An account name that would leave Accounts is refused with an assertion report.
-check "reports keep their line breaks" grep -q "^file: " <<<"$("$vaultkit" --data-root "$d" --account .. status)"
+# An account name that would leave Accounts is refused before anything is loaded.
+for bad in .. ../escaped 'a/b' 'a\b'; do
+  check "--account $bad exits 2" test "$(exit_code "$vaultkit" --data-root "$d" --account "$bad" grid set x 1)" = 2
+done
+check "nothing was made outside Accounts" test ! -e "$d/escaped" -a ! -e "$work/escaped"
+# A store that cannot write its file sends an assertion report; status prints it whole.
+mkdir -p "$d/Accounts/rep" && mkdir "$d/Accounts/rep/UserGrid.xml"
+check "reports keep their line breaks" grep -q "^file: " <<<"$("$vaultkit" --data-root "$d" --account rep status)"
 check "the report reaches the log" grep -q "ASSERT HAPPENS!" "$d/vaultkit.log"
 printf '<?xml version="1.0" encoding="gb2312"?>\n<UserGrid ProVer="1"><User Grid="5" Ni' \
   >"$d/Accounts/alice/UserGrid.xml"

@@ -113,7 +113,7 @@ void Host::Load() {
 
 std::u16string Host::AccountFile(const std::string& relative) const {
   if (!HasAccount()) throw UsageError{"this command needs --account NAME"};
-  if (account_ == "." || account_ == ".." || account_.find_first_of("/\\") != std::string::npos) {
+  if (!IsPlainName(FromUtf8(account_))) {
     throw UsageError{"'" + account_ + "' is not an account name"};
   }
   return FromUtf8(data_root_ + "Accounts/" + account_ + "/" + relative);

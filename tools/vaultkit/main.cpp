@@ -6,6 +6,8 @@
 #include <memory>
 #include <stdexcept>
 
+#include "platform/Files.h"
+#include "platform/Text.h"
 #include "tools/vaultkit/Commands.h"
 #include "tools/vaultkit/Host.h"
 
@@ -44,8 +46,11 @@ int main(int argc, char** argv) {
       data_root_given = true;
     } else if (arg == "--account") {
       account = argv[++i];
-      if (account.empty()) {
-        std::fprintf(stderr, "vaultkit: --account needs a non-empty name\n");
+      if (!IsPlainName(vk::FromUtf8(account))) {
+        std::fprintf(stderr,
+                     "vaultkit: --account '%s' is not an account name: one folder name below "
+                     "Accounts, without '/' or '\\'\n",
+                     account.c_str());
         return vk::cli::kExitUsage;
       }
     } else if (arg == "--help" || arg == "-h") {
