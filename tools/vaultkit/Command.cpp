@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <limits>
+#include <set>
 
 namespace vk::cli {
 namespace {
@@ -32,6 +33,17 @@ int32_t ParseInt32(const std::string& text, const char* what) {
 
 uint32_t ParseUint32(const std::string& text, const char* what) {
   return ParseInRange<uint32_t>(text, what, "a whole number from 0 to 4294967295");
+}
+
+bool Command::Writes(const std::vector<std::string>& args) const {
+  // The actions of every store that only read; anything else may write.
+  static const std::set<std::string> kReads = {
+      "get",    "get-int", "get-struct", "list",        "show",   "find",
+      "search", "members", "tree",       "depts",       "dept",   "versions",
+      "count",  "latest",  "switches",   "nick-by-uin", "fields", "export"};
+  if (args.empty()) return false;  // a usage error follows
+  if (args[0] == "version") return args.size() > 1 && args[1] != "get";
+  return kReads.count(args[0]) == 0;
 }
 
 bool WantsHelp(const std::vector<std::string>& args) {

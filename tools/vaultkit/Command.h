@@ -49,6 +49,9 @@ class Command {
   // Loading the component writes files (templates, option files, folders). A command that
   // must leave the data root exactly as it is answers false and runs through RunUnloaded.
   virtual bool LoadsComponent() const { return true; }
+  // Whether the command line changes the account's files. A command that writes owns the
+  // account while it runs: it waits for, or is refused by, another process that owns it.
+  virtual bool Writes(const std::vector<std::string>& args) const;
   virtual int RunUnloaded(const Location&, const std::vector<std::string>&) { return kExitUsage; }
 };
 

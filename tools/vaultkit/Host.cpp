@@ -3,7 +3,9 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -91,6 +93,25 @@ void Host::EnsureRegistered() {
   auto reg = reinterpret_cast<PFN_DllRegisterServer>(dlsym(library, "DllRegisterServer"));
   if (reg == nullptr) throw Failure{component + " exports no DllRegisterServer"};
   reg();
+}
+
+void Host::ClaimAccount(std::chrono::milliseconds wait) {
+  if (!HasAccount()) return;
+  const std::string folder = data_root_ + "Accounts/" + account_;
+  if (!CreateFolders(FromUtf8(folder))) {
+    throw Failure{"cannot create the account folder " + folder + ": " + std::strerror(errno)};
+  }
+  const std::string lock = folder + "/" + kAccountLockFile;
+  if (account_lock_.Take(lock, wait)) {
+    account_lock_.RecordHolder();
+    return;
+  }
+  if (errno != EWOULDBLOCK) throw Failure{"cannot lock " + lock + ": " + std::strerror(errno)};
+  const pid_t holder = FileLock::RecordedHolder(lock);
+  throw Failure{
+      "the account '" + account_ + "' is in use by " +
+      (holder > 0 ? "process " + std::to_string(holder) : std::string("another process")) +
+      "; nothing was changed"};
 }
 
 void Host::Load() {

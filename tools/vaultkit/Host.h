@@ -3,10 +3,12 @@
 // subcommands their stores.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 
 #include "client/ClientRoot.h"
+#include "platform/FileLock.h"
 #include "vaultkit/vaultkit.h"
 
 namespace vk::cli {
@@ -19,6 +21,9 @@ class Host {
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
 
+  // Owns the account for this run before the component is loaded, waiting up to `wait` for
+  // another process that owns it; throws Failure naming that process when it still does.
+  void ClaimAccount(std::chrono::milliseconds wait);
   // Registers, creates the module and runs OnLoad and (with an account) OnAccountChange.
   // Throws Failure when the component cannot be reached at all.
   void Load();
@@ -57,6 +62,7 @@ class Host {
   HRESULT load_status_ = E_FAIL;
   HRESULT account_status_ = S_FALSE;
   uintmax_t log_start_ = 0;
+  FileLock account_lock_;  // held until the module has unloaded and written its stores
 };
 
 template <typename I, typename Get, typename Open>

@@ -12,6 +12,7 @@ class StatusCommand : public Command {
   const char* Summary() const override { return "show the module, its stores and their files"; }
   const char* Help() const override;
   int Run(Host& host, const std::vector<std::string>& args) override;
+  bool Writes(const std::vector<std::string>&) const override { return false; }
 };
 
 }  // namespace vk::cli

@@ -1,7 +1,9 @@
 // vaultkit [--data-root DIR] [--account NAME] COMMAND ...
 // The command-line client of the component: it loads the module as the client does and
 // offers each store's operations as subcommands.
+#include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <stdexcept>
@@ -15,12 +17,15 @@ namespace {
 
 void PrintUsage(const std::vector<std::unique_ptr<vk::cli::Command>>& commands) {
   std::printf(
-      "usage: vaultkit [--data-root DIR] [--account NAME] COMMAND [ARGS]\n\n"
+      "usage: vaultkit [--data-root DIR] [--account NAME] [--wait SECONDS] COMMAND [ARGS]\n\n"
       "The Vaultkit storage component, driven as the client drives it: the command\n"
       "registers the component if needed, creates the module, loads it on the data root\n"
       "(default: $VAULTKIT_DATA_ROOT, else $XDG_DATA_HOME/vaultkit, else\n"
       "~/.local/share/vaultkit; ./demo-data for demo), changes to the account when one is\n"
-      "given, runs COMMAND and unloads.\n\ncommands:\n");
+      "given, runs COMMAND and unloads.\n\n"
+      "A command that changes an account owns it while it runs: when another process (the\n"
+      "client, another vaultkit) owns it, it waits up to --wait seconds (default 5), then\n"
+      "gives up with exit status 3 and names that process.\n\ncommands:\n");
   for (const auto& c : commands) std::printf("  %-10s %s\n", c->Name(), c->Summary());
   std::printf(
       "\n'vaultkit COMMAND --help' describes a command. Read commands take --json.\n"
@@ -34,10 +39,11 @@ int main(int argc, char** argv) {
   auto commands = vk::cli::AllCommands();
   std::string data_root, account;
   bool data_root_given = false;
+  long wait_ms = 5000;  // how long a command that writes waits for the account's owner
   int i = 1;
   for (; i < argc; ++i) {
     std::string arg = argv[i];
-    if ((arg == "--data-root" || arg == "--account") && i + 1 >= argc) {
+    if ((arg == "--data-root" || arg == "--account" || arg == "--wait") && i + 1 >= argc) {
       std::fprintf(stderr, "vaultkit: %s needs a value\n", arg.c_str());
       return vk::cli::kExitUsage;
     }
@@ -53,6 +59,15 @@ int main(int argc, char** argv) {
                      account.c_str());
         return vk::cli::kExitUsage;
       }
+    } else if (arg == "--wait") {
+      const std::string value = argv[++i];
+      char* end = nullptr;
+      const long seconds = std::strtol(value.c_str(), &end, 10);
+      if (value.empty() || *end != '\0' || seconds < 0 || seconds > 3600) {
+        std::fprintf(stderr, "vaultkit: --wait takes a number of seconds from 0 to 3600\n");
+        return vk::cli::kExitUsage;
+      }
+      wait_ms = seconds * 1000;
     } else if (arg == "--help" || arg == "-h") {
       PrintUsage(commands);
       return 0;
@@ -99,6 +114,7 @@ int main(int argc, char** argv) {
   try {
     if (!command->LoadsComponent()) return command->RunUnloaded({data_root, account}, args);
     vk::cli::Host host(data_root, account);
+    if (command->Writes(args)) host.ClaimAccount(std::chrono::milliseconds(wait_ms));
     host.Load();
     return command->Run(host, args);
   } catch (const vk::cli::UsageError& e) {
