@@ -64,6 +64,9 @@ cases=$(cat <<'TABLE'
 4|Group.dat is a folder, not a file: the group store of the company answers E_FAIL|rm "$f/Group.dat"; mkdir "$f/Group.dat"
 4|Leader.xml is not a regular file|rm "$f/Leader.xml"; mkfifo "$f/Leader.xml"
 4|KeyDepts.xml is a link to a file that is not there|rm "$f/KeyDepts.xml"; ln -s gone.xml "$f/KeyDepts.xml"
+4|WEZProfile.dat (mode 0666) may be written by other local users|chmod 666 "$f/WEZProfile.dat"
+4|the folder itself (mode 0777) may be changed by other local users|chmod 777 "$f"
+0|it names process 4194303, which no longer exists|printf '4194303\n' >"$f/vaultkit.lock"
 TABLE
 )
 n=0

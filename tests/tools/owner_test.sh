@@ -47,6 +47,7 @@ check "a writer is refused with exit 3" test "$code" = 3
 check "the refusal names the owner" \
   grep -q "the account 'alice' is in use by process $owner" <<<"$refusal"
 check "a reader still reads" test "$("$vaultkit" "${a[@]}" grid get seed)" = 1
+check "check names the owner" grep -q "in use by process $owner" <<<"$("$vaultkit" "${a[@]}" check)"
 wait "$owner"
 check "the refused write is not there" test "$("$vaultkit" "${a[@]}" grid get late >/dev/null 2>&1; echo $?)" = 1
 check "after the owner, a writer gets the account" "$vaultkit" "${a[@]}" grid set late 5

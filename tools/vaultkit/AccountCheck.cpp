@@ -4,6 +4,8 @@
 #include <exception>
 
 #include "storage/SqlStore.h"
+#include "tools/vaultkit/AccessCheck.h"
+#include "tools/vaultkit/AccountLockCheck.h"
 #include "tools/vaultkit/DatabaseCheck.h"
 #include "tools/vaultkit/DialogFileCheck.h"
 #include "tools/vaultkit/EncipheredFileCheck.h"
@@ -93,6 +95,8 @@ AccountCheck AccountCheck::ForAccount() {
       "User.cfg", "the module creates it, holding only its FF FE mark, at the account change"));
   c.push_back(std::make_unique<OffMsgChannelCheck>("IM", 0));
   c.push_back(std::make_unique<OffMsgChannelCheck>("DisGroup", 2));
+  c.push_back(std::make_unique<AccountLockCheck>());
+  c.push_back(std::make_unique<AccessCheck>());
   return check;
 }
 
