@@ -34,8 +34,10 @@ Host::Host(std::string data_root, std::string account)
   if (std::filesystem::exists(data_root_, ec) && !std::filesystem::is_directory(data_root_, ec)) {
     throw UsageError{"--data-root " + data_root_ + " is not a folder"};
   }
-  std::filesystem::create_directories(data_root_, ec);
-  if (ec) throw Failure{"cannot create the data root " + data_root_ + ": " + ec.message()};
+  // Created private, like every folder the component makes in it.
+  if (!CreateFolders(FromUtf8(data_root_))) {
+    throw Failure{"cannot create the data root " + data_root_ + ": " + std::strerror(errno)};
+  }
   auto absolute = std::filesystem::absolute(data_root_, ec);
   if (!ec) data_root_ = absolute.lexically_normal().string();
   if (data_root_.empty() || data_root_.back() != '/') data_root_ += '/';
