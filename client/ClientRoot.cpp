@@ -1,5 +1,8 @@
 #include "client/ClientRoot.h"
 
+#include <mutex>
+#include <set>
+
 #include "client/DataItem.h"
 #include "client/DataList.h"
 
@@ -22,11 +25,34 @@ VARIANT Text(const char16_t* text) {
   return v;
 }
 
+// The roots of this process, for the kit's functions to recognise their own. Built on first
+// use: roots may be made while other files' statics are still being constructed.
+struct LiveRoots {
+  std::mutex mutex;
+  std::set<IClientRoot*> roots;
+};
+LiveRoots& Live() {
+  static LiveRoots* live = new LiveRoots();  // never destroyed: roots may outlive statics
+  return *live;
+}
+
 }  // namespace
 
-ClientRoot::ClientRoot() : events_(new RootConnectionPoint(this)) {}
+ClientRoot::ClientRoot() : events_(new RootConnectionPoint(this)) {
+  std::lock_guard<std::mutex> hold(Live().mutex);
+  Live().roots.insert(this);
+}
+
+ClientRoot* ClientRoot::FromInterface(IClientRoot* root) {
+  std::lock_guard<std::mutex> hold(Live().mutex);
+  return Live().roots.count(root) != 0 ? static_cast<ClientRoot*>(root) : nullptr;
+}
 
 ClientRoot::~ClientRoot() {
+  {
+    std::lock_guard<std::mutex> hold(Live().mutex);
+    Live().roots.erase(this);
+  }
   events_->Detach();
   events_->Release();
 }

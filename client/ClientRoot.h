@@ -20,6 +20,9 @@ class ClientRoot : public ComObject<IClientRoot, IConnectionPointContainer> {
   void SetLanguage(LONG language) { language_ = language; }
   void SetDataFolder(std::u16string folder) { data_folder_ = std::move(folder); }
   RootConnectionPoint& Events() { return *events_; }
+  // The object behind `root` when it is a ClientRoot of this process; null otherwise (a
+  // client's own root, which the kit's functions cannot change).
+  static ClientRoot* FromInterface(IClientRoot* root);
 
   // The seven root events.
   HRESULT FireLoginResult(LONG result);

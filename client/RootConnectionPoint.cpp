@@ -56,6 +56,10 @@ HRESULT RootConnectionPoint::Fire(DISPID id, VARIANT* args, UINT count) {
   std::vector<VARIANT> reversed(args, args + count);
   std::reverse(reversed.begin(), reversed.end());
   DISPPARAMS params{reversed.data(), nullptr, count, 0};
+  return Fire(id, &params);
+}
+
+HRESULT RootConnectionPoint::Fire(DISPID id, DISPPARAMS* params) {
   // A sink may unadvise while it is called: work on a snapshot that holds references.
   std::vector<IDispatch*> snapshot;
   for (auto& [cookie, sink] : sinks_) {
@@ -64,7 +68,7 @@ HRESULT RootConnectionPoint::Fire(DISPID id, VARIANT* args, UINT count) {
   }
   HRESULT first_failure = S_OK;
   for (IDispatch* sink : snapshot) {
-    HRESULT hr = sink->Invoke(id, IID_NULL, 0, DISPATCH_METHOD, &params, nullptr, nullptr, nullptr);
+    HRESULT hr = sink->Invoke(id, IID_NULL, 0, DISPATCH_METHOD, params, nullptr, nullptr, nullptr);
     if (FAILED(hr) && SUCCEEDED(first_failure)) first_failure = hr;
     sink->Release();
   }

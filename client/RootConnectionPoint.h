@@ -19,6 +19,8 @@ class RootConnectionPoint : public ComObject<IConnectionPoint> {
   size_t SinkCount() const { return sinks_.size(); }
   // Calls every sink; arguments in call order. Answers the first failure, if any.
   HRESULT Fire(DISPID id, VARIANT* args, UINT count);
+  // Calls every sink with the arguments as given (reverse order, as automation passes them).
+  HRESULT Fire(DISPID id, DISPPARAMS* params);
   void Detach() { owner_ = nullptr; }
 
   HRESULT GetConnectionInterface(IID* iid) override;

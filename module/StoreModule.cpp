@@ -203,7 +203,12 @@ HRESULT CStoreModule::OnLoad(IUnknown* site) {
   });
   if (FAILED(hr)) {
     VK_REPORT_ASSERT();
-    return load_failed();
+    hr = load_failed();
+    // What the client must offer, for a client developer who reads the thread's error.
+    SetErrorDescription(
+        u"OnLoad: the root object must offer IConnectionPointContainer with a connection "
+        u"point for IClientRootEvents that accepts the module's sink (Advise)");
+    return hr;
   }
   // Creating and opening the stores report their own failing step.
   if (FAILED(CreateStores())) return load_failed();

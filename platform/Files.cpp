@@ -19,6 +19,7 @@
 #include "platform/FileSystem.h"
 #include "platform/Log.h"
 #include "platform/Text.h"
+#include "vaultkit/vkcom.h"
 
 namespace vk {
 namespace {
@@ -228,7 +229,10 @@ std::vector<FolderEntry> ListFolder(std::u16string_view path) {
 }  // namespace vk
 
 std::u16string GetFileListPath() {
-  std::string root = vk::Env("VAULTKIT_DATA_ROOT");
+  std::string root;
+  char set[4096];
+  if (VkGetDataRoot(set, sizeof set) == S_OK) root = set;
+  if (root.empty()) root = vk::Env("VAULTKIT_DATA_ROOT");
   if (root.empty()) {
     std::string data_home = vk::Env("XDG_DATA_HOME");
     // Relative values of the XDG variables are to be ignored.

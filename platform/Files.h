@@ -61,8 +61,9 @@ void KeepDamagedCopy(std::u16string_view path);
 
 }  // namespace vk
 
-// The client's data root: $VAULTKIT_DATA_ROOT, else $XDG_DATA_HOME/vaultkit, else
-// ~/.local/share/vaultkit; always ends with kSep.
+// The client's data root: the folder the client set with VkSetDataRoot (vkcom.h, exported
+// by the runtime, which the client and the component share), else $VAULTKIT_DATA_ROOT, else
+// $XDG_DATA_HOME/vaultkit, else ~/.local/share/vaultkit; always ends with kSep.
 std::u16string GetFileListPath();
 // True when `name` is one plain file or folder name: not empty, not "." or "..", without a
 // separator (either slash) or NUL. A name from the client or from a file becomes part of a

@@ -35,16 +35,27 @@ class MessageLoop {
       clock = clock_;
       context = clock_context_;
     }
-    if (clock != nullptr) return clock(context);
+    return clock != nullptr ? clock(context) : SteadyNow();
+  }
+
+  static uint64_t SteadyNow() {
     return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(
                                      std::chrono::steady_clock::now().time_since_epoch())
                                      .count());
   }
 
+  // Armed timers keep the time they still had to wait: their due times move from the old
+  // clock to the new one, which may start anywhere.
   void SetClock(VkClockProc clock, void* context) {
+    const uint64_t old_now = Now();
+    if (clock == nullptr) context = nullptr;
+    const uint64_t new_now = clock != nullptr ? clock(context) : SteadyNow();
     std::lock_guard<std::mutex> guard(mutex_);
+    for (Timer& timer : timers_) {
+      timer.due = new_now + (timer.due > old_now ? timer.due - old_now : 0);
+    }
     clock_ = clock;
-    clock_context_ = clock != nullptr ? context : nullptr;
+    clock_context_ = context;
   }
 
   void Set(void* owner, UINT id, UINT interval, VkTimerProc proc, void* context) {

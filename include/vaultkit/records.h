@@ -11,12 +11,6 @@
 
 #include "vaultkit/vkcom.h"
 
-#ifdef __cplusplus
-#define VK_STATIC_ASSERT(condition, message) static_assert(condition, message)
-#else
-#define VK_STATIC_ASSERT(condition, message) _Static_assert(condition, message)
-#endif
-
 /* A member of a department in the user list. */
 typedef struct UserListEntry {
   OLECHAR nick[32]; /* nickname, lower case */

@@ -12,10 +12,12 @@
 #define VK_EXTERN_C extern "C"
 #define VK_EXTERN_C_BEGIN extern "C" {
 #define VK_EXTERN_C_END }
+#define VK_STATIC_ASSERT(condition, message) static_assert(condition, message)
 #else
 #define VK_EXTERN_C extern
 #define VK_EXTERN_C_BEGIN
 #define VK_EXTERN_C_END
+#define VK_STATIC_ASSERT(condition, message) _Static_assert(condition, message)
 #endif
 
 #define VK_EXPORT __attribute__((visibility("default")))
@@ -168,12 +170,22 @@ typedef struct SAFEARRAY {
   SAFEARRAYBOUND rgsabound[1];
 } SAFEARRAY;
 
+/* The platform's layout: the type and three reserved words, then a union as large as its
+ * largest member, the record pair (two pointers). A VARIANT is 24 bytes on a 64-bit build and
+ * 16 on a 32-bit one; arrays of them (DISPPARAMS::rgvarg, SAFEARRAYs of VT_VARIANT) step by
+ * that size. */
 typedef struct VARIANT {
   VARTYPE vt;
   WORD wReserved1;
   WORD wReserved2;
   WORD wReserved3;
   union {
+    int64_t llVal;
+    double dblVal;
+    struct {
+      void* pvRecord;
+      void* pRecInfo; /* IRecordInfo*, which this runtime does not offer */
+    } brecVal;
     LONG lVal;
     int16_t iVal;
     ULONG ulVal;
@@ -192,6 +204,8 @@ typedef struct VARIANT {
   } u;
 } VARIANT;
 typedef VARIANT VARIANTARG;
+VK_STATIC_ASSERT(offsetof(VARIANT, u) == 8, "VARIANT's union follows the four words");
+VK_STATIC_ASSERT(sizeof(VARIANT) == (sizeof(void*) == 8 ? 24 : 16), "VARIANT size");
 
 /* Variants own their string (VT_BSTR), their array (VT_ARRAY | ...) and one reference on
  * their interface (VT_UNKNOWN, VT_DISPATCH); a VT_BYREF variant owns nothing. */
@@ -522,7 +536,22 @@ VKAPI HRESULT CoGetClassObject(REFCLSID clsid, DWORD context, void* reserved, RE
 VKAPI HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID riid,
                                void** object);
 
+/* ---- The client's data folder ------------------------------------------------------- */
+/* The component keeps every account under its data root: the folder set here, else
+ * $VAULTKIT_DATA_ROOT, else $XDG_DATA_HOME/vaultkit, else ~/.local/share/vaultkit. Set it
+ * before the module's OnLoad; the module reads it at OnLoad and at each account change, and
+ * the offline message store reads the root object's data folder instead. `folder` must be
+ * absolute; null or empty clears it (the environment decides again). S_OK; E_INVALIDARG for
+ * a relative path. */
+VKAPI HRESULT VkSetDataRoot(const char* folder);
+/* Copies the folder VkSetDataRoot set, with its NUL, into `out`: S_OK; S_FALSE with an empty
+ * text when none is set; E_INVALIDARG when it does not fit `size` bytes or `out` is null. */
+VKAPI HRESULT VkGetDataRoot(char* out, size_t size);
+
 /* ---- Message loop, timers and clock ------------------------------------------------- */
+/* The component's 60-second flush is a timer of this loop: it runs only while the client's
+ * interface thread calls VkPumpMessages (from its own message loop, or at least as often as
+ * VkNextTimerDelay says). */
 /* One loop per process, pumped by the client's interface thread. Timers fire from
  * VkPumpMessages when the loop's clock has reached their due time. */
 typedef void (*VkTimerProc)(void* context, UINT timer_id);
@@ -539,7 +568,9 @@ VKAPI void VkKillTimer(void* owner, UINT timer_id);
 VKAPI void VkKillTimers(void* owner);
 /* The loop's clock, in milliseconds. */
 VKAPI uint64_t VkGetTickCount(void);
-/* Replaces the loop's clock; null restores the steady system clock. */
+/* Replaces the loop's clock; null restores the steady system clock. Armed timers keep the
+ * time they still had to wait: a timer due in 40 s on the old clock is due 40 s after the
+ * new clock's current reading, whatever value the new clock starts from. */
 VKAPI void VkSetClock(VkClockProc clock, void* context);
 /* Runs every timer that is due now, each once however late, in due order; returns how many
  * ran. A timer's next run counts from now. */

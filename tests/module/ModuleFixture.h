@@ -7,7 +7,6 @@
 #include "client/ClientRoot.h"
 #include "client/ModuleSite.h"
 #include "module/StoreModule.h"
-#include "tests/support/FakeClock.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TempDataRoot.h"
 
@@ -39,7 +38,6 @@ class ModuleTest : public ::testing::Test {
     return n;
   }
 
-  FakeClock clock;  // before the module, whose flush timer is armed on this clock
   TempDataRoot data;
   LogCapture log;
   ClientRoot* root;

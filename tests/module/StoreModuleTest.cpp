@@ -11,6 +11,8 @@
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "tests/module/ModuleFixture.h"
+#include "tests/support/ErrorDescription.h"
+#include "tests/support/FakeClock.h"
 
 namespace vk::test {
 namespace {
@@ -240,6 +242,9 @@ TEST_F(ModuleTest, RefusedConnectionFailsTheLoad) {
   EXPECT_FALSE(module->SinkConnected());
   EXPECT_TRUE(log.HasDebugLineContaining("exception (const char*): Error"));
   EXPECT_EQ(Assertions(), 2u);  // the failing step's and the load's
+  EXPECT_NE(TakeErrorDescription().value_or(u"").find(u"IConnectionPointContainer"),
+            std::u16string::npos)
+      << "the failure says what the client must offer";
 }
 
 TEST_F(ModuleTest, NullOutPointersAndGroupKindsOutOfRange) {
@@ -325,6 +330,8 @@ TEST_F(ModuleTest, LoadingTwiceConnectsOnceAndUnloadDisconnects) {
 }
 
 TEST_F(ModuleTest, FlushTimerClosesTheStoresEverySixtySecondsOfLoopTime) {
+  // The client installs its clock after the module armed the flush on the system clock.
+  FakeClock clock;
   module->OnLoad(static_cast<IModuleSite*>(site));
   IUserGrid* grid = nullptr;
   ASSERT_EQ(module->GetUserGrid(&grid), S_OK);

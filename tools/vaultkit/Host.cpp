@@ -60,20 +60,14 @@ Host::~Host() {
 // Registers the component unless the registry already sends every class's ProgID to the
 // library this command uses (a registry written by an older build may lack newer classes).
 void Host::EnsureRegistered() {
-  static const char16_t* const kProgIds[] = {u"Vaultkit.StoreModule",
-                                             u"Vaultkit.WEZProfileProStore",
-                                             u"IDeptLeader",
-                                             u"IKeyDepts",
-                                             u"ILocalOffMsgStore",
-                                             u"IMobileProfileStore",
-                                             u"IOptionStore",
-                                             u"IPortalStore",
-                                             u"IRevertDialogStore",
-                                             u"IWEZGroupStore",
-                                             u"IWEZItemStore",
-                                             u"IWEZProfileStore",
-                                             u"IUserGrid",
-                                             u"IUserList"};
+  static const char16_t* const kProgIds[] = {
+      VK_PROGID_STORE_MODULE,        VK_PROGID_WEZ_PROFILE_PRO_STORE,
+      VK_PROGID_DEPT_LEADER,         VK_PROGID_KEY_DEPTS,
+      VK_PROGID_LOCAL_OFF_MSG_STORE, VK_PROGID_MOBILE_PROFILE_STORE,
+      VK_PROGID_OPTION_STORE,        VK_PROGID_PORTAL_STORE,
+      VK_PROGID_REVERT_DIALOG_STORE, VK_PROGID_WEZ_GROUP_STORE,
+      VK_PROGID_WEZ_ITEM_STORE,      VK_PROGID_WEZ_PROFILE_STORE,
+      VK_PROGID_USER_GRID,           VK_PROGID_USER_LIST};
   std::string component = InstallLayout::ComponentPath();
   char registry[4096] = {};
   bool registered = SUCCEEDED(VkRegistryPath(registry, sizeof registry));
@@ -119,7 +113,7 @@ void Host::ClaimAccount(std::chrono::milliseconds wait) {
 void Host::Load() {
   EnsureRegistered();
   CLSID clsid;
-  HRESULT hr = CLSIDFromProgID(u"Vaultkit.StoreModule", &clsid);
+  HRESULT hr = CLSIDFromProgID(VK_PROGID_STORE_MODULE, &clsid);
   if (SUCCEEDED(hr)) {
     hr = CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IClientModule,
                           reinterpret_cast<void**>(&module_));
