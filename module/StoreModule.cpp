@@ -1,6 +1,8 @@
 #include "module/StoreModule.h"
 
 #include <atomic>
+#include <cerrno>
+#include <cstring>
 
 #include "groups/ModuleInstance.h"
 #include "module/ClassTable.h"
@@ -395,6 +397,12 @@ void CStoreModule::TakeAccount(const std::u16string& folder, const std::u16strin
   const std::string lock_file = PathToNative(folder) + "/" + kAccountLockFile;
   if (account_lock_.Take(lock_file, std::chrono::milliseconds(0))) {
     account_lock_.RecordHolder();
+    return;
+  }
+  if (errno != EWOULDBLOCK) {
+    const std::u16string text = u"The account '" + account + u"' cannot be locked (" +
+                                FromUtf8(std::strerror(errno)) + u"): it is used unowned.";
+    DoLog(u"important", u"XWEZStore", u"OnAccountChange", text.c_str());
     return;
   }
   const pid_t holder = FileLock::RecordedHolder(lock_file);

@@ -45,6 +45,18 @@ cc -std=c11 -o "$work/c_consumer" "$source_dir/tests/install/consumer/consumer.c
 check "a C client builds through pkg-config" test -x "$work/c_consumer"
 check "the C client creates the module" test "$("$work/c_consumer" "$component")" = Norvane.WEZ.Store
 
+# The README's client, through the client kit.
+# shellcheck disable=SC2046
+cc -std=c11 -o "$work/kit_client" "$source_dir/tests/install/consumer/kit_client.c" \
+  $(pkg-config --cflags --libs vaultkit) -lvaultkit-client
+check "the README's client builds against the installed kit" test -x "$work/kit_client"
+mkdir -m 700 "$work/kitdata"
+check "it changes the account and reads the grid back" \
+  test "$("$work/kit_client" "$component" "$work/kitdata")" = "bob's grid value: 42"
+check "its change reached the account's file" grep -q 'Grid="42"' "$work/kitdata/Accounts/alice/UserGrid.xml"
+check "the kit exports only its own functions" \
+  test "$(nm -D --defined-only "$prefix/$libdir/libvaultkit-client.so" | awk '$2 == "T" {print $3}' | grep -vc '^Vk')" = 0
+
 cmake -S "$source_dir/tests/install/consumer" -B "$work/cpp" -DCMAKE_PREFIX_PATH="$prefix" \
   >"$work/cpp.log" 2>&1 && cmake --build "$work/cpp" >>"$work/cpp.log" 2>&1
 check "a C++ client builds through find_package" test -x "$work/cpp/consumer"

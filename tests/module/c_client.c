@@ -3,10 +3,12 @@
 #define _XOPEN_SOURCE 700
 #include <dlfcn.h>
 #include <ftw.h>
+#include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
+#include "vaultkit/client-kit.h"
 #include "vaultkit/vaultkit.h"
 
 static int failures = 0, passes = 0;
@@ -83,6 +85,57 @@ static int run(const char* component) {
   check(stores->lpVtbl->GetGroupStore(stores, &group, 7) == S_OK && group == (void*)0x1,
         "GetGroupStore kind 7 leaves the pointer");
   stores->lpVtbl->Release(stores);
+
+  /* The client kit's root and site, and root events built as any client of the platform
+   * builds them: arguments in reverse order, in VARIANTs of the platform's own layout,
+   * declared here without this project's header. */
+  typedef struct {
+    uint16_t vt, reserved[3];
+    union {
+      int32_t lVal;
+      int16_t boolVal;
+      OLECHAR* bstrVal;
+      struct {
+        void* record;
+        void* info;
+      } brecVal;
+    } u;
+  } PlatformVariant;
+  IClientRoot* root = NULL;
+  IModuleSite* site = NULL;
+  check(VkCreateClientRoot(u"carol", VK_LANGUAGE_ENGLISH, NULL, &root) == S_OK, "kit root");
+  check(VkCreateModuleSite(root, &site) == S_OK, "kit site");
+  check(module->lpVtbl->OnLoad(module, (IUnknown*)site) == S_OK, "OnLoad with the kit's site");
+  PlatformVariant args[5];
+  memset(args, 0, sizeof args);
+  BSTR texts[3] = {SysAllocString(u"c"), SysAllocString(u"b"), SysAllocString(u"a")};
+  for (int i = 0; i < 3; ++i) {
+    args[i].vt = VT_BSTR;
+    args[i].u.bstrVal = texts[i];
+  }
+  args[3].vt = VT_BOOL;
+  args[3].u.boolVal = VARIANT_TRUE;
+  args[4].vt = VT_I4;
+  args[4].u.lVal = 3;
+  DISPPARAMS params = {(VARIANTARG*)args, NULL, 5, 0};
+  check(VkFireRootEvent(root, DISPID_OnMsgCountChange, &params) == S_OK,
+        "OnMsgCountChange's five arguments are read at the platform's stride");
+  args[0].vt = VT_I4;
+  args[0].u.lVal = 0;
+  params.rgvarg = (VARIANTARG*)&args[3];
+  args[3].vt = VT_I4;
+  args[3].u.lVal = 0;
+  params.cArgs = 2;
+  check(VkFireRootEvent(root, DISPID_OnMyPresenceChange, &params) == S_OK,
+        "OnMyPresenceChange's two arguments are read at the platform's stride");
+  check(VkFireMsgCountChange(root, 1, VARIANT_FALSE, u"x", u"y", u"z") == S_OK,
+        "the kit fires the event itself");
+  check(VkFireRootEvent((IClientRoot*)stores, DISPID_OnAccountChange, &params) == E_INVALIDARG,
+        "the kit refuses a root it did not create");
+  for (int i = 0; i < 3; ++i) SysFreeString(texts[i]);
+  check(module->lpVtbl->OnUnload(module) == S_OK, "OnUnload");
+  site->lpVtbl->Release(site);
+  root->lpVtbl->Release(root);
 
   check(module->lpVtbl->Release(module) == 0, "last release");
   check(can_unload() == S_OK, "library may unload once the module is gone");
