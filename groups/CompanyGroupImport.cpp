@@ -13,11 +13,10 @@
 namespace vk {
 
 bool CompanyGroupImport::Run(const std::u16string& database, const std::u16string& xml_path) {
-  sqlite3* db = nullptr;
-  if (sqlite3_open16(database.c_str(), &db) != SQLITE_OK) {
-    SetErrorDescription(database + u": " +
-                        FromUtf8(db != nullptr ? sqlite3_errmsg(db) : "cannot be opened"));
-    if (db != nullptr) sqlite3_close(db);
+  std::u16string error;
+  sqlite3* db = SqlStore::Open(database, &error);
+  if (db == nullptr) {
+    SetErrorDescription(database + u": " + error);
     return false;
   }
   CompanyGroupImport import(db);

@@ -9,6 +9,7 @@
 #include "platform/Files.h"
 #include "platform/Py.h"
 #include "runtime/ComObject.h"
+#include "storage/SqlStore.h"
 
 namespace vk {
 
@@ -36,9 +37,8 @@ void SearchListReader::Start(std::shared_ptr<UserListShared> shared, std::u16str
 void SearchListReader::Run(UserListShared& shared, const std::u16string& path) {
   RecursiveLock& db_lock = shared.DbLock();
   db_lock.Enter();
-  sqlite3* db = nullptr;
-  if (!IsFileExist(path) || sqlite3_open16(path.c_str(), &db) != SQLITE_OK) {
-    if (db != nullptr) sqlite3_close(db);
+  sqlite3* db = IsFileExist(path) ? SqlStore::Open(path) : nullptr;
+  if (db == nullptr) {
     // The DB lock is deliberately not left: every later database operation of the user list
     // then waits, as the directory defines for a database that vanished under it. The lock
     // object stays valid because `shared` outlives this thread's use of it.

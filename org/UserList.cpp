@@ -6,6 +6,7 @@
 
 #include "org/DecimalText.h"
 #include "org/SearchListReader.h"
+#include "org/UserListFolderLock.h"
 #include "org/UserListImport.h"
 #include "org/UserListSchema.h"
 #include "platform/Assert.h"
@@ -506,6 +507,13 @@ void CUserList::RunPendingSwap() {
   swap_pending_ = false;
   const std::u16string rebuild = RebuildPath();
   if (!IsFileExist(rebuild)) return;
+  // Another process's import may be putting its rebuild in place: the copy waits for it. If it
+  // takes too long, this operation answers from the old database and the next one tries again.
+  vk::UserListFolderLock folder;
+  if (!folder.Take(path_, u"the rebuilt directory waits for the next operation")) {
+    swap_pending_ = true;
+    return;
+  }
   db_.CloseDb();
   if (IsFileExist(path_)) {
     const std::u16string line =

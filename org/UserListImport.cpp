@@ -10,6 +10,7 @@
 #include <optional>
 
 #include "org/DecimalText.h"
+#include "org/UserListFolderLock.h"
 #include "platform/Files.h"
 #include "platform/Log.h"
 #include "platform/Text.h"
@@ -132,28 +133,37 @@ bool UserListImport::Stream(const std::u16string& xml_path, const std::u16string
   xmlNode* root = xmlTextReaderCurrentNode(reader.get());
   if (root == nullptr || root->ns != nullptr || !NameIs(root, "UserList")) return false;
 
-  const std::u16string scratch = rebuild_path + u".new";
-  RemoveDatabaseFile(scratch);  // left by an import that was cut short
-  sqlite3* db = nullptr;
-  if (sqlite3_open16(scratch.c_str(), &db) != SQLITE_OK) {
-    if (db != nullptr) sqlite3_close(db);
-    return false;
-  }
+  // The scratch file is this import's alone (it carries the process id and a counter), so
+  // that imports into the same account, in this process or another, never write into each
+  // other's file; one left by an import whose process is gone is removed here.
+  const std::u16string scratch = CreatePrivateTemporary(rebuild_path);
+  if (scratch.empty()) return false;
   bool written = false;
-  try {
-    written = Write(reader.get(), root, db);
-  } catch (...) {
-    written = false;
+  if (sqlite3* db = SqlStore::Open(scratch)) {
+    try {
+      written = Write(reader.get(), root, db);
+    } catch (...) {
+      written = false;
+    }
+    sqlite3_close(db);
   }
-  sqlite3_close(db);
+  UserListFolderLock folder;
+  written = written && folder.Take(rebuild_path, u"the import is abandoned") &&
+            Install(scratch, rebuild_path);
+  if (!written) RemoveDatabaseFile(scratch);
+  EndTemporaryFile(scratch);
+  return written;
+}
+
+bool UserListImport::Install(const std::u16string& scratch, const std::u16string& rebuild_path) {
   // The complete rebuild replaces a rebuild file left by an earlier import, which is never
   // reused: if that cannot be removed the import fails rather than mix old rows into the new
   // directory. An incomplete rebuild is never put online.
-  written = written && RemoveFile(rebuild_path);
+  bool installed = RemoveFile(rebuild_path);
   RemoveFile(rebuild_path + u"-journal");
-  written = written && RenameFile(scratch, rebuild_path, true);
-  if (!written) RemoveDatabaseFile(scratch);
-  return written;
+  // The fixed scratch name of earlier versions, should one of their imports have been cut.
+  RemoveDatabaseFile(rebuild_path + u".new");
+  return installed && RenameFile(scratch, rebuild_path, true);
 }
 
 bool UserListImport::Write(xmlTextReader* reader, xmlNode* root, sqlite3* db) {

@@ -1,6 +1,7 @@
 // Builds a complete user list database from the server's organisation XML on a connection
-// and a file of its own (the live path followed by ".bak"), inside one transaction, and
-// fills a fresh generation of search lists from the same rows. The file is read as a stream.
+// and a scratch file of its own, inside one transaction, puts it in the rebuild file's place
+// (the live path followed by ".bak"), and fills a fresh generation of search lists from the
+// same rows. The file is read as a stream.
 #pragma once
 
 #include <libxml/tree.h>
@@ -24,12 +25,15 @@ class UserListImport {
 
   // True when the rebuild file was built. False, with the search lists left empty, when the
   // document has no UserList element or does not parse (also part-way: a rebuild file that
-  // waits for its swap is then kept), or when the rebuild file cannot be removed, opened or
-  // written.
+  // waits for its swap is then kept), when the scratch file cannot be made or written, when
+  // the rebuild file cannot be removed or replaced, or when another process holds the folder
+  // lock for longer than its wait.
   bool Build(const std::u16string& xml_path, const std::u16string& rebuild_path);
 
  private:
   bool Stream(const std::u16string& xml_path, const std::u16string& rebuild_path);
+  // Puts the complete scratch file in the rebuild file's place; under the folder lock.
+  static bool Install(const std::u16string& scratch, const std::u16string& rebuild_path);
   bool Write(xmlTextReader* reader, xmlNode* root, sqlite3* db);
   // True, with the department's id, when its row was written.
   bool ImportDepartment(xmlNode* dept, sqlite3_stmt* dept_statement, int64_t& id);

@@ -120,6 +120,21 @@ void RemoveLeftOverTemporaries(const std::string& target) {
   }
 }
 
+// Creates a fresh temporary file of `target` (its leftovers removed first) and records it as
+// being written: the descriptor, or -1.
+int CreateTemporaryOf(const std::string& target, mode_t mode, std::string& temp) {
+  KeepingErrno([&] { RemoveLeftOverTemporaries(target); });
+  for (int attempt = 0; attempt < 16; ++attempt) {
+    temp = TempNameFor(target);
+    if (!Allowed(FileSystem::Call::kCreate, temp)) return -1;
+    std::lock_guard<std::mutex> hold(g_writing_mutex);
+    const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+    if (fd >= 0) g_writing.insert(temp);
+    if (fd >= 0 || errno != EEXIST) return fd;
+  }
+  return -1;
+}
+
 void SyncFolderOf(const std::string& target) {
   size_t slash = target.rfind('/');
   std::string folder = slash == std::string::npos ? std::string(".")
@@ -149,17 +164,8 @@ bool Replace(const std::string& target, mode_t mode, Fill&& fill) {
     // write, as the platform's "attributes normal" does.
     mode = (existing.st_mode & 0777) | S_IWUSR;
   }
-  KeepingErrno([&] { RemoveLeftOverTemporaries(target); });
   std::string temp;
-  int fd = -1;
-  for (int attempt = 0; attempt < 16 && fd < 0; ++attempt) {
-    temp = TempNameFor(target);
-    if (!Allowed(FileSystem::Call::kCreate, temp)) return false;
-    std::lock_guard<std::mutex> hold(g_writing_mutex);
-    fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (fd >= 0) g_writing.insert(temp);
-    if (fd < 0 && errno != EEXIST) return false;
-  }
+  const int fd = CreateTemporaryOf(target, 0600, temp);
   if (fd < 0) return false;
   struct Written {
     const std::string& temp;
@@ -232,6 +238,28 @@ bool FileSystem::Rename(const std::string& from, const std::string& to, bool rep
 bool FileSystem::Remove(const std::string& path) {
   if (!Allowed(Call::kRemove, path)) return false;
   return ::unlink(path.c_str()) == 0 || errno == ENOENT;
+}
+
+bool FileSystem::CreateEmpty(const std::string& path, mode_t mode) {
+  if (!Allowed(Call::kCreate, path)) return false;
+  int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode);
+  if (fd < 0) return false;
+  ::close(fd);
+  SyncFolderOf(path);
+  return true;
+}
+
+std::string FileSystem::CreateTemporary(const std::string& target, mode_t mode) {
+  std::string temp;
+  const int fd = CreateTemporaryOf(target, mode, temp);
+  if (fd < 0) return {};
+  ::close(fd);
+  return temp;
+}
+
+void FileSystem::EndTemporary(const std::string& temp) {
+  std::lock_guard<std::mutex> hold(g_writing_mutex);
+  g_writing.erase(temp);
 }
 
 }  // namespace vk

@@ -43,6 +43,17 @@ class FileSystem {
   static bool Rename(const std::string& from, const std::string& to, bool replace);
   // Deletes a file; a file that is not there counts as deleted.
   static bool Remove(const std::string& path);
+
+  // For a writer that fills a file itself (a database engine), never through a replacement.
+  // Creates a new, empty file with `mode` and flushes its folder. False, errno EEXIST, when
+  // something is there already.
+  static bool CreateEmpty(const std::string& path, mode_t mode);
+  // Creates a new, empty file beside `target` with `mode`, named as the temporary files of the
+  // target's replacements are, and answers its name (empty on failure). Until EndTemporary the
+  // file counts as being written by this process; the temporary files of `target` that a
+  // writer which is gone left are removed first.
+  static std::string CreateTemporary(const std::string& target, mode_t mode);
+  static void EndTemporary(const std::string& temp);
 };
 
 }  // namespace vk

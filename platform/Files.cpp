@@ -141,6 +141,22 @@ bool RemoveFile(std::u16string_view path) {
   return false;
 }
 
+bool CreatePrivateFile(std::u16string_view path) {
+  if (FileSystem::CreateEmpty(PathToNative(path), 0600)) return true;
+  if (errno != EEXIST) RecordFileError(path);
+  return false;
+}
+
+std::u16string CreatePrivateTemporary(std::u16string_view target) {
+  const std::string temp = FileSystem::CreateTemporary(PathToNative(target), 0600);
+  if (temp.empty()) RecordFileError(target);
+  return temp.empty() ? std::u16string() : PathFromNative(temp);
+}
+
+void EndTemporaryFile(std::u16string_view temp) {
+  FileSystem::EndTemporary(PathToNative(temp));
+}
+
 void KeepDamagedCopy(std::u16string_view path) {
   std::string native = PathToNative(path);
   struct stat info {};

@@ -54,6 +54,16 @@ bool ReplaceFileWithCopy(std::u16string_view source, std::u16string_view target)
 bool RenameFile(std::u16string_view from, std::u16string_view to, bool replace);
 // Deletes a file; one that is not there counts as deleted.
 bool RemoveFile(std::u16string_view path);
+// For a writer that fills a file itself (a database engine): creates a new, empty file that
+// only its owner may read and write, and flushes its folder. False when something is there
+// already (errno EEXIST) or the file cannot be made.
+bool CreatePrivateFile(std::u16string_view path);
+// The same for a temporary file beside `target`, named as the temporary files of the target's
+// saves are and cleaned up as they are; answers its name, empty when it cannot be made. It
+// counts as being written by this process until EndTemporaryFile, once it is renamed or
+// removed.
+std::u16string CreatePrivateTemporary(std::u16string_view target);
+void EndTemporaryFile(std::u16string_view temp);
 // Before a store replaces an unreadable file by its empty template, keeps a copy of the old
 // bytes as "<file>.damaged-<YYYYMMDDHHMMSS>" in the same folder (the last three per file) and
 // says so on the debug channel. Missing or empty files are not kept.

@@ -1,7 +1,9 @@
 #include "storage/SqlStore.h"
 
+#include <cerrno>
 #include <cstring>
 
+#include "platform/Files.h"
 #include "platform/Log.h"
 #include "platform/Text.h"
 
@@ -14,15 +16,29 @@ SqlStore::~SqlStore() {
   CloseDb();
 }
 
-void SqlStore::OpenDb() {
-  if (db_ != nullptr) return;
+sqlite3* SqlStore::Open(const std::u16string& path, std::u16string* error) {
+  if (ProbePath(path) == PathPresence::kMissing && !CreatePrivateFile(path) && errno != EEXIST) {
+    if (error != nullptr) *error = FromUtf8(std::strerror(errno));
+    return nullptr;
+  }
   sqlite3* db = nullptr;
-  if (sqlite3_open16(path_.c_str(), &db) != SQLITE_OK) {
+  if (sqlite3_open16(path.c_str(), &db) != SQLITE_OK) {
+    if (error != nullptr) {
+      *error = FromUtf8(db != nullptr ? sqlite3_errmsg(db) : "cannot be opened");
+    }
     // The engine may hand back a handle even when opening failed; it must still be closed.
     if (db != nullptr) sqlite3_close(db);
-    return;
+    return nullptr;
   }
-  db_ = db;
+  sqlite3_busy_timeout(db, kBusyTimeoutMs);
+  Exec(db, "PRAGMA synchronous=EXTRA");
+  return db;
+}
+
+void SqlStore::OpenDb() {
+  if (db_ != nullptr) return;
+  db_ = Open(path_);
+  if (db_ == nullptr) return;
   CreateSchema(db_);
   for (size_t i = 0; i < schema_.statements.size(); ++i) {
     sqlite3_stmt* statement = nullptr;

@@ -35,6 +35,19 @@ class SqlStore {
   void SetPath(std::u16string path) { path_ = std::move(path); }
   const std::u16string& Path() const { return path_; }
 
+  // How long a statement waits for the lock of another connection (another process writing
+  // the same database) before it gives up with SQLITE_BUSY.
+  static constexpr int kBusyTimeoutMs = 5000;
+  // Every connection of the component is opened here. A missing file is created empty first,
+  // readable by its owner only (the engine would follow the process's umask; it keeps the
+  // permissions of an existing file). Statements wait kBusyTimeoutMs for another connection's
+  // lock. Commits run with synchronous=EXTRA: the folder is flushed after the rollback journal
+  // is deleted, so a commit survives a power cut that follows it (with FULL, the deletion may
+  // be lost, and the next opening would take the journal for an interrupted transaction and
+  // roll the commit back). Null when the file cannot be created or opened; `error` then says
+  // why.
+  static sqlite3* Open(const std::u16string& path, std::u16string* error = nullptr);
+
   // Opens the connection (creating the file), creates the schema and prepares every
   // statement; does nothing while a connection is open. A failed open leaves the store
   // closed; a statement that fails to prepare stays null.

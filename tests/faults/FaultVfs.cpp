@@ -1,9 +1,20 @@
 #include "tests/faults/FaultVfs.h"
 
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <mutex>
+#include <string>
+
 #include "tests/faults/FaultPlan.h"
 
 namespace vk::test {
 namespace {
+
+// The files deleted without a flush of their folder, with their bytes.
+std::mutex g_deleted_mutex;
+std::map<std::string, std::string> g_deleted;
 
 // Our file object, followed in the same allocation by the wrapped file system's own.
 struct FaultFile {
@@ -76,7 +87,21 @@ int Open(sqlite3_vfs* vfs, const char* name, sqlite3_file* file, int flags, int*
 
 int Delete(sqlite3_vfs* vfs, const char* name, int sync_folder) {
   if (FaultPlan::Next() != FileSystem::Fault::kNone) return SQLITE_IOERR_DELETE;
-  return RealOf(vfs)->xDelete(RealOf(vfs), name, sync_folder);
+  std::ifstream file(name, std::ios::binary);
+  std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  const int rc = RealOf(vfs)->xDelete(RealOf(vfs), name, sync_folder);
+  if (rc != SQLITE_OK || !file.is_open()) return rc;
+  std::lock_guard<std::mutex> hold(g_deleted_mutex);
+  if (!sync_folder) {
+    g_deleted[name] = std::move(bytes);
+    return rc;
+  }
+  // The folder's flush makes every earlier change of its entries lasting.
+  const std::filesystem::path folder = std::filesystem::path(name).parent_path();
+  std::erase_if(g_deleted, [&](const auto& entry) {
+    return std::filesystem::path(entry.first).parent_path() == folder;
+  });
+  return rc;
 }
 
 }  // namespace
@@ -97,6 +122,20 @@ FaultVfs::FaultVfs() {
   vfs_.xCurrentTime = &System<&sqlite3_vfs::xCurrentTime>::Call;
   vfs_.xGetLastError = &System<&sqlite3_vfs::xGetLastError>::Call;
   sqlite3_vfs_register(&vfs_, 1);
+}
+
+void FaultVfs::ForgetDeletions() {
+  std::lock_guard<std::mutex> hold(g_deleted_mutex);
+  g_deleted.clear();
+}
+
+void FaultVfs::CutPower() {
+  std::lock_guard<std::mutex> hold(g_deleted_mutex);
+  for (const auto& [name, bytes] : g_deleted) {
+    if (std::filesystem::exists(name)) continue;
+    std::ofstream(name, std::ios::binary) << bytes;
+  }
+  g_deleted.clear();
 }
 
 FaultVfs::~FaultVfs() {

@@ -2,6 +2,7 @@
 
 #include "platform/Files.h"
 #include "tests/groups/GroupStoreFixture.h"
+#include "tests/support/BriefDatabaseLock.h"
 
 namespace vk::test {
 namespace {
@@ -99,16 +100,21 @@ TEST_F(CompanyImportTest, DocumentShapesDecideWhatIsWritten) {
   }
 }
 
-TEST_F(CompanyImportTest, LockedDatabaseKeepsItsDataAndReportsTheCommitError) {
-  sqlite3* other = nullptr;
-  ASSERT_EQ(sqlite3_open16(DbPath(1).c_str(), &other), SQLITE_OK);
-  ASSERT_EQ(sqlite3_exec(other, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr), SQLITE_OK);
-  EXPECT_EQ(Import("<Groups Ver=\"5\"><Group id=\"1\" name=\"A\"/></Groups>"), S_OK);
-  sqlite3_exec(other, "ROLLBACK", nullptr, nullptr, nullptr);
-  sqlite3_close(other);
-  EXPECT_EQ(Groups(), "10000001|0|WEZCompanyRoot|0;77|0|Old|0;");
-  EXPECT_EQ(Global(), "GroupsVersion|3;Other|x;");
-  EXPECT_TRUE(log_.HasDebugLineContaining("no transaction is active"));
+TEST_F(CompanyImportTest, ImportAndOpeningWaitForAnotherConnectionsCommit) {
+  {
+    BriefDatabaseLock other(DbPath(1));
+    ASSERT_TRUE(other.taken());
+    EXPECT_EQ(Import("<Groups Ver=\"5\"><Group id=\"1\" name=\"A\"/></Groups>"), S_OK);
+  }
+  EXPECT_EQ(Groups(), "1|0|A|0;");
+  EXPECT_EQ(Global(), "DataFormat|1;GroupsVersion|5;");
+  {
+    BriefDatabaseLock other(DbPath(1));
+    ASSERT_TRUE(other.taken());
+    ASSERT_EQ(company_->Initialize(DbPath(1).c_str(), 1), S_OK);
+  }
+  // The opening created its statements and seeded the root.
+  EXPECT_EQ(SubGroups(company_, 0), "1:0:A:0;10000001:0:WEZCompanyRoot:0;");
 }
 
 TEST_F(CompanyImportTest, SecondConnectionThatCannotOpenFailsTheImport) {

@@ -1,3 +1,6 @@
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -200,11 +203,25 @@ TEST_F(UserListImportTest, EntitiesAreReadAsTheDocumentDefinesThem) {
 
 TEST_F(UserListImportTest, LeftoverRebuildFileIsReplaced) {
   root_.WriteBytes("userList5.dat.bak", "this is not a database");
+  // Scratch files of imports cut short: of a process that is gone, and of an earlier version;
+  // and one that a running process is writing.
+  const std::string running = ".userList5.dat.bak.tmp" + std::to_string(::getppid()) + "_0_1";
+  for (const std::string& name : {std::string(".userList5.dat.bak.tmp2147483646_3_7"),
+                                  std::string("userList5.dat.bak.new"), running}) {
+    root_.WriteBytes(name, "half");
+  }
   ASSERT_EQ(
       Import("<UserList><Dept id=\"4\" Ver=\"1\"><u NICK=\"a\" UIN=\"1\"/></Dept></UserList>"),
       S_OK);
   EXPECT_EQ(DeptCount(), 1);
   EXPECT_EQ(Query("SELECT nickname FROM member"), "a;");
+  std::string left;
+  for (const auto& entry : std::filesystem::directory_iterator(root_.NativePath())) {
+    left += entry.path().filename().string() + ";";
+  }
+  EXPECT_EQ(left.find("2147483646"), std::string::npos) << left;
+  EXPECT_EQ(left.find(".new"), std::string::npos) << left;
+  EXPECT_NE(left.find(running), std::string::npos) << left;
 }
 
 TEST_F(UserListImportTest, UnusableRebuildPathFailsCleanlyWhileLiveDataServes) {
@@ -282,6 +299,66 @@ TEST_F(UserListImportTest, SampleOrganisationFile) {
   EXPECT_EQ(Search(u"wang"), u"ceo(王小明);wangwu(王五);");
   EXPECT_EQ(Search(u"lv"), u"lvbu(吕布);");
   EXPECT_EQ(Search(u"alice"), u"alice.smith(alice smith);");
+}
+
+// Two processes import into one account at the same moment, round after round, and each puts
+// its import online: the live database is always one of the two organisations, whole, and no
+// scratch file stays behind.
+TEST(UserListImportAcrossProcesses, TwoImportsAtOnceLeaveOneWholeOrganisation) {
+  TempDataRoot root;
+  const std::u16string live = root.File(u"userList5.dat");
+  constexpr int kMembers = 4000;  // enough for the two imports to overlap
+  for (int org : {1, 2}) {
+    std::string xml = "<UserList ProVer=\"" + std::to_string(org) + "\"><Dept id=\"" +
+                      std::to_string(org) + "\" Ver=\"1\">";
+    for (int i = 0; i < kMembers; ++i) {
+      xml += "<u NICK=\"n" + std::to_string(i) + "\" NAME=\"Name " + std::to_string(i) +
+             "\" UIN=\"" + std::to_string(i + 1) + "\"/>";
+    }
+    root.WriteBytes("org" + std::to_string(org) + ".xml", xml + "</Dept></UserList>");
+  }
+  for (int round = 0; round < 6; ++round) {
+    SCOPED_TRACE("round " + std::to_string(round));
+    int go[2];
+    ASSERT_EQ(::pipe(go), 0);
+    pid_t children[2];
+    for (int org : {1, 2}) {
+      children[org - 1] = ::fork();
+      if (children[org - 1] != 0) continue;
+      ::close(go[1]);
+      auto* client = new UserListTestClient();
+      auto* list = new CUserList();
+      list->Initialize(live.c_str(), client);
+      list->WaitForReaders();
+      char start;
+      (void)!::read(go[0], &start, 1);  // both start when the parent closes the pipe
+      const std::u16string xml = root.File(u"org" + FromUtf8(std::to_string(org)) + u".xml");
+      const HRESULT hr = list->LoadDataFromXml(xml.c_str());
+      // Online now: this import, or the other one should it have finished later.
+      LONG mine = 0, other = 0;
+      const bool online = list->GetUserCount(org, &mine) == S_OK &&
+                          list->GetUserCount(3 - org, &other) == S_OK && mine + other == kMembers;
+      list->WaitForReaders();
+      list->Release();
+      client->Release();
+      ::_exit(hr == S_OK && online ? 0 : 1);
+    }
+    ::close(go[0]);
+    ::close(go[1]);
+    for (pid_t child : children) {
+      int status = 0;
+      ::waitpid(child, &status, 0);
+      EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "an import did not complete";
+    }
+    EXPECT_EQ(SqlRows(live, "PRAGMA integrity_check"), "ok;");
+    const std::string org = SqlRows(live, "SELECT value, COUNT(*) FROM global, member WHERE id=2");
+    EXPECT_TRUE(org == "1|4000;" || org == "2|4000;") << org;
+    for (const auto& entry : std::filesystem::directory_iterator(root.NativePath())) {
+      const std::string name = entry.path().filename().string();
+      EXPECT_TRUE(name.ends_with(".xml") || name.ends_with(".dat") || name.ends_with(".dat.bak"))
+          << name << " left behind";
+    }
+  }
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include "platform/Text.h"
 #include "tests/org/UserListFixture.h"
+#include "tests/support/BriefDatabaseLock.h"
 
 namespace vk::test {
 namespace {
@@ -152,6 +153,23 @@ TEST_F(UserListTest, CountsIdsAndVersionsOfDepartments) {
   EXPECT_EQ(count, 0);
   EXPECT_EQ(DeptCount(), 1);
   EXPECT_EQ(list_->DeleteDept(12345), S_OK);  // unknown id
+}
+
+TEST_F(UserListTest, ReadsAndWritesWaitForAnotherConnectionsCommit) {
+  list_->SetDeptVersion(3, 7);
+  ULONG version = 0;
+  {
+    BriefDatabaseLock other(path_);
+    ASSERT_TRUE(other.taken());
+    EXPECT_EQ(list_->GetDeptVersion(3, &version), S_OK);
+  }
+  EXPECT_EQ(version, 7u);
+  {
+    BriefDatabaseLock other(path_);
+    ASSERT_TRUE(other.taken());
+    EXPECT_EQ(list_->DeleteDept(3), S_OK);
+  }
+  EXPECT_EQ(DeptCount(), 0);
 }
 
 TEST_F(UserListTest, DirectoryVersionsAndVersionInfo) {

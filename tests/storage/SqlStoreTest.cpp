@@ -90,6 +90,9 @@ TEST_F(SqlStoreTest, OpeningCreatesTheSchemaAndReopeningKeepsTheData) {
     store.OpenDb();
     ASSERT_TRUE(store.IsOpen());
     EXPECT_TRUE(fs::exists(fs::path(path_)));
+    EXPECT_EQ(fs::status(fs::path(path_)).permissions(),
+              fs::perms::owner_read | fs::perms::owner_write)
+        << "created private whatever the umask";
     EXPECT_NE(store.Statement(kInsert), nullptr);
     EXPECT_NE(store.Statement(kSelectById), nullptr);
     EXPECT_NE(store.Statement(kSelectAll), nullptr);

@@ -104,7 +104,7 @@ FileReport DatabaseCheck::Run(const std::filesystem::path& account_folder) const
     report.Problem(file_ + " cannot be opened (" + sqlite3_errmsg(live.db) + "): " + damaged_);
     return report;
   }
-  sqlite3_busy_timeout(live.db, 2000);
+  sqlite3_busy_timeout(live.db, SqlStore::kBusyTimeoutMs);
   std::vector<std::string> verdict;
   std::string error;
   if (!Rows(live.db, "PRAGMA integrity_check", "", verdict, error)) {
