@@ -83,19 +83,18 @@ bool FileLock::Take(const std::string& path, std::chrono::milliseconds wait) {
   auto pause = std::chrono::milliseconds(5);
   bool locked = true;
   while (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
-    if (errno == EINTR) continue;
+    const int error = errno;
+    if (error == EINTR) continue;
     // A lock file that names this process is held by it through a descriptor this table does
     // not know: the component and its client each link this code, and both take the
     // account. The lock is the process's, so it is shared as above.
-    if (errno == EWOULDBLOCK && RecordedHolder(path) == ::getpid()) {
+    if (error == EWOULDBLOCK && RecordedHolder(path) == ::getpid()) {
       locked = false;
       break;
     }
-    errno = EWOULDBLOCK;  // the record's reading may have changed it
-    if (errno != EWOULDBLOCK || std::chrono::steady_clock::now() >= deadline) {
-      int saved = errno;
+    if (error != EWOULDBLOCK || std::chrono::steady_clock::now() >= deadline) {
       ::close(fd);
-      errno = saved;
+      errno = error;
       return false;
     }
     std::this_thread::sleep_for(pause);

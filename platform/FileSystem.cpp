@@ -244,6 +244,7 @@ bool FileSystem::CreateEmpty(const std::string& path, mode_t mode) {
   if (!Allowed(Call::kCreate, path)) return false;
   int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode);
   if (fd < 0) return false;
+  ::fchmod(fd, mode);  // exactly `mode`, whatever the umask took away
   ::close(fd);
   SyncFolderOf(path);
   return true;

@@ -181,7 +181,8 @@ TEST_F(ModuleTest, AnAccountHeldByAnotherProcessStillOpensAndSaysWhoHoldsIt) {
   EXPECT_EQ(module->OnAccountChange(), S_OK);
   EXPECT_FALSE(module->Path(CStoreModule::kUserGrid).empty()) << "the stores open all the same";
   const std::u16string said = u"is in use by process " + FromUtf8(std::to_string(child));
-  EXPECT_TRUE(std::any_of(log.Records().begin(), log.Records().end(), [&](const auto& r) {
+  const auto records = log.Records();
+  EXPECT_TRUE(std::any_of(records.begin(), records.end(), [&](const auto& r) {
     return r.text.find(said) != std::u16string::npos;
   }));
   (void)!::write(done[1], "x", 1);
