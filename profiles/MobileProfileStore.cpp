@@ -54,9 +54,12 @@ void Fill(MobileProfileItem& record, const vk::DomNode& entry) {
 
 CMobileProfileStore::CMobileProfileStore() : vk::XmlStoreBase(kSettings) {}
 
+// The store keeps no opened flag: it works on whatever document it holds, including the
+// template that an opening loaded but could not save.
 vk::DomNode CMobileProfileStore::Root() {
-  if (!IsInitialized()) throw vk::ComError(E_FAIL, u"The mobile profile is not open.");
-  return Document().DocumentElement();
+  vk::DomNode root = HasDocument() ? Document().DocumentElement() : vk::DomNode();
+  if (!root) throw vk::ComError(E_FAIL, u"The mobile profile is not open.");
+  return root;
 }
 
 HRESULT CMobileProfileStore::Raise(HRESULT status, const std::u16string& description) {
@@ -95,7 +98,8 @@ HRESULT CMobileProfileStore::AddItem(MobileProfileItem* item) {
       }
       vk::CopyToField(item->Name, candidate);
       vk::DomNode entry = Document().CreateElement(kEntry);
-      entry.SetAttribute(u"Name", candidate);
+      // The entry is written from the record: the name handed back, cut as the record cut it.
+      entry.SetAttribute(u"Name", vk::FieldText(item->Name));
       entry.SetAttribute(u"GID", int64_t{item->GID});
       entry.SetAttribute(u"Number", vk::FieldText(item->Number));
       entry.SetAttribute(u"ZPNO", vk::FieldText(item->ZPNO));

@@ -36,6 +36,7 @@ class XmlStoreBase {
   bool IsInitialized() const { return initialized_; }
   bool IsDirty() const { return dirty_; }
   DomDocument& Document() { return *document_; }
+  bool HasDocument() const { return document_ != nullptr; }
   const std::u16string& Path() const { return path_; }
   // May be null: Initialize accepts a missing client.
   IClientRoot* Client() const { return client_; }

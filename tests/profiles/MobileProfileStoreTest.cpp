@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/Files.h"
 #include "platform/Text.h"
 #include "profiles/MobileProfileStore.h"
 #include "tests/org/ComPtr.h"
@@ -68,6 +69,12 @@ TEST_F(MobileProfileStoreTest, NamesAreUniqueRegardlessOfCase) {
   EXPECT_EQ(Add(u""), u"");
   EXPECT_EQ(Add(u""), u"1");
   EXPECT_EQ(Names(), u"mum Mum1 MUM2 Mum11 Émile émile1  1 ");
+  // A taken name of the longest length: the numbered candidate does not fit the record, and
+  // the file keeps what the record hands back, cut as it is.
+  const std::u16string longest(31, u'n');
+  EXPECT_EQ(Add(longest), longest);
+  EXPECT_EQ(Add(longest), longest);
+  EXPECT_EQ(File().find("n1\""), std::string::npos) << "the file holds the uncut candidate";
 
   const std::pair<const char16_t*, const char16_t*> lookups[] = {
       {u"MUM1", u"Mum1"},     {u"mum2", u"MUM2"},
@@ -103,14 +110,14 @@ TEST_F(MobileProfileStoreTest, FieldsAreWrittenInOrderAndReadBackCut) {
   std::u16string(16, u'1').copy(item.Number, 16);
   std::u16string(32, u'z').copy(item.ZPNO, 32);
   ASSERT_EQ(store_->AddItem(&item), S_OK);
-  ASSERT_EQ(store_->AddItem(&item), S_OK);  // a name taken: 33 characters in the file
+  ASSERT_EQ(store_->AddItem(&item), S_OK);  // a name taken: the candidate has 33 characters
   EXPECT_EQ(std::u16string(item.Name, 32), std::u16string(32, u'n'));  // 31 written, 1 kept
   EXPECT_EQ(store_->Close(), S_OK);
   std::string attributes = "\" GID=\"-7\" Number=\"" + std::string(16, '1') + "\" ZPNO=\"" +
                            std::string(32, 'z') + "\" INFO=\"" + std::string(128, 'i') + "\"/>";
   EXPECT_EQ(File(), kDecl + ToAnsi(u"<?Mobile 用户详细资料 ?>") + "\n<Root><ITEM Name=\"" +
                         std::string(32, 'n') + attributes + "<ITEM Name=\"" + std::string(32, 'n') +
-                        "1" + attributes + "</Root>\n");
+                        attributes + "</Root>\n");  // written from the record
 
   Reopen(kDecl + "<Root><ITEM Name=\"a\" GID=\" 42abc\" INFO=\"" + std::string(200, 'x') +
          "\"/></Root>");
@@ -144,19 +151,28 @@ TEST_F(MobileProfileStoreTest, OpeningFailuresAndBadInputAnswerTheirStatus) {
   EXPECT_EQ(store_->GetItemCount(nullptr), E_INVALIDARG);
   EXPECT_EQ(log_.CountLevel(u"important"), 3u);
 
-  // A refused path drops the previous document, and operations fail until an opening works.
+  // A refused path drops the previous document, and operations fail: there is no document.
   EXPECT_EQ(store_->Initialize(nullptr), E_INVALIDARG);
   EXPECT_EQ(TakeErrorDescription(), u"The mobile profile needs a file path.");
-  EXPECT_EQ(store_->Initialize(root_.File(u"no/folder/MobileProfile.xml").c_str()), E_FAIL);
-  EXPECT_EQ(TakeErrorDescription(), u"The mobile profile cannot be written to " +
-                                        root_.File(u"no/folder/MobileProfile.xml"));
   MobileProfileItem item = Entry(u"x");
   LONG count = 0;
   EXPECT_EQ(store_->AddItem(&item), E_FAIL);
-  EXPECT_EQ(store_->GetItem(u"kept", &item), E_FAIL);
   EXPECT_EQ(store_->GetItemCount(&count), E_FAIL);
   EXPECT_EQ(store_->DeleteItem(u"kept"), E_FAIL);
+  // A template that cannot be saved still is the document: the store has no opened flag, and
+  // its operations work on it until a later Close writes it.
+  EXPECT_EQ(store_->Initialize(root_.File(u"no/folder/MobileProfile.xml").c_str()), E_FAIL);
+  EXPECT_EQ(TakeErrorDescription(), u"The mobile profile cannot be written to " +
+                                        root_.File(u"no/folder/MobileProfile.xml"));
+  EXPECT_EQ(store_->GetItemCount(&count), S_OK);
+  EXPECT_EQ(count, 0);
+  EXPECT_EQ(store_->GetItem(u"kept", &item), E_FAIL);
+  EXPECT_EQ(store_->DeleteItem(u"kept"), E_INVALIDARG);
+  ASSERT_TRUE(CreateFolders(root_.File(u"no/folder")));
+  EXPECT_EQ(store_->AddItem(&item), S_OK);
   EXPECT_EQ(store_->Close(), S_OK);
+  EXPECT_NE(root_.ReadBytes("no/folder/MobileProfile.xml").value_or("").find("Name=\"x\""),
+            std::string::npos);
   EXPECT_NE(File().find("<Root/>"), std::string::npos);  // never written with "kept"
 }
 
