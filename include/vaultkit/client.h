@@ -84,10 +84,12 @@ VK_METHOD(get_Site)(VK_THIS_ IModuleSite** site) VK_PURE;
 /* Takes the site's IModuleSite and its root object, creates the Accounts folder and the
  * global option file, connects to the root's events, creates every store once and opens
  * the default account's (folder "0") group stores of kinds 1, 2, 3, 4 and 6 and profile
- * store. S_OK. E_FAIL with assertion reports at the first failing step; the stores after it
- * are neither created nor opened. A null site, a site without IModuleSite or without a root
- * answers that error's status (E_POINTER, E_NOINTERFACE or the site's own) with nothing
- * created. Calling it again reopens without creating anything twice. */
+ * store. The root must be a connection-point source of IClientRootEvents (see IClientRoot);
+ * the module's 60-second flush runs while the client pumps the loop (VkPumpMessages). S_OK. E_FAIL
+ * with assertion reports at the first failing step; the stores after it are neither created nor
+ * opened. A null site, a site without IModuleSite or without a root answers that error's status
+ * (E_POINTER, E_NOINTERFACE or the site's own) with nothing created. Calling it again reopens
+ * without creating anything twice. */
 VK_METHOD(OnLoad)(VK_THIS_ IUnknown* site) VK_PURE;
 /* Reads the root's Account, creates its folder under Accounts and its User.cfg when
  * missing, and opens every store but the offline message store on the account's files in a
@@ -203,8 +205,11 @@ VK_METHOD(Append)(VK_THIS_ IDataItem* item) VK_PURE;
 VK_METHOD(Remove)(VK_THIS_ LONG index) VK_PURE;
 VK_END
 
-/* The client's root object; also a connection-point source of IClientRootEvents (through
- * IConnectionPointContainer). */
+/* The client's root object. What the module needs of it: the account, the language, and
+ * IConnectionPointContainer whose FindConnectionPoint(IID_IClientRootEvents) gives a point
+ * that accepts the module's sink (Advise); without that OnLoad answers E_FAIL and leaves
+ * the reason in the thread's error information. The offline message store also uses the
+ * data folder and the data-object factory. vaultkit/client-kit.h offers a ready root. */
 VK_INTERFACE_(IClientRoot, IUnknown)
 VK_BEGIN
 VK_IUNKNOWN_METHODS(IClientRoot)
@@ -212,7 +217,10 @@ VK_IUNKNOWN_METHODS(IClientRoot)
 VK_METHOD(get_Account)(VK_THIS_ BSTR* account) VK_PURE;
 /* The interface language: one of the VK_LANGUAGE_ values. */
 VK_METHOD(get_Language)(VK_THIS_ LONG* language) VK_PURE;
-/* The client's data folder, ending in a path separator, as a new string the caller frees. */
+/* The client's data folder, ending in a path separator, as a new string the caller frees.
+ * Only the offline message store reads it; the module and the other stores keep their files
+ * under the data root of VkSetDataRoot (vkcom.h) or the environment, which the client keeps
+ * the same folder. */
 VK_METHOD(get_DataFolder)(VK_THIS_ BSTR* folder) VK_PURE;
 /* A new, empty data item with one reference for the caller. */
 VK_METHOD(CreateDataItem)(VK_THIS_ IDataItem** item) VK_PURE;
