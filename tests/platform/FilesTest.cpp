@@ -43,6 +43,15 @@ TEST(FilesTest, DataRootFollowsTheEnvironmentAndEndsWithSeparator) {
   {
     ScopedEnv root("VAULTKIT_DATA_ROOT", "/srv/vk");
     EXPECT_EQ(GetFileListPath(), u"/srv/vk/");
+    // A folder the client sets comes first; a relative one is refused; clearing it lets the
+    // environment decide again.
+    EXPECT_EQ(VkSetDataRoot("relative/vk"), E_INVALIDARG);
+    EXPECT_EQ(VkSetDataRoot("/set/by/client"), S_OK);
+    EXPECT_EQ(GetFileListPath(), u"/set/by/client/");
+    char small[4];
+    EXPECT_EQ(VkGetDataRoot(small, sizeof small), E_INVALIDARG);
+    EXPECT_EQ(VkSetDataRoot(nullptr), S_OK);
+    EXPECT_EQ(GetFileListPath(), u"/srv/vk/");
   }
   ScopedEnv no_root("VAULTKIT_DATA_ROOT", nullptr);
   {
