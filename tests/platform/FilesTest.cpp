@@ -11,6 +11,7 @@
 #include "platform/Files.h"
 #include "tests/support/ErrorDescription.h"
 #include "tests/support/TempDataRoot.h"
+#include "vaultkit/vkcom.h"
 
 namespace {
 
