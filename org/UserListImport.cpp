@@ -133,10 +133,10 @@ bool UserListImport::Stream(const std::u16string& xml_path, const std::u16string
   if (!reader) return false;
   bool failed = false;
   if (!NextElement(reader.get(), failed)) return false;
-  // The declarations are complete when the document element starts; no entity is read.
-  if (XmlParsePolicy::DeclaresEntities(xmlTextReaderCurrentDoc(reader.get()))) return false;
   xmlNode* root = xmlTextReaderCurrentNode(reader.get());
   if (root == nullptr || root->ns != nullptr || !NameIs(root, "UserList")) return false;
+  // The declarations are complete when the document element starts; no entity is read.
+  if (XmlParsePolicy::DeclaresEntities(root->doc)) return false;
 
   const std::u16string scratch = rebuild_path + u".new";
   RemoveDatabaseFile(scratch);  // left by an import that was cut short
