@@ -129,11 +129,16 @@ const CLocalOffMsgStore::Channel* CLocalOffMsgStore::FindChannel(LONG channel) c
   return nullptr;
 }
 
-LONG CLocalOffMsgStore::GetSumFromXML(const std::u16string& index) const {
+std::optional<LONG> CLocalOffMsgStore::ReadSum(const std::u16string& index) const {
   OutputDebugStringA("CLocalOffMsgStore::GetSumFromXML Get in\n");
   LONG sum = -1;
   auto root = [&](const vk::OffMsgAttributes& a) { sum = a.Int("DataSum"); };
-  return vk::OffMsgIndexScan::Scan(index, root, kSkip) ? sum : -1;
+  if (!vk::OffMsgIndexScan::Scan(index, root, kSkip)) return std::nullopt;
+  return sum;
+}
+
+LONG CLocalOffMsgStore::GetSumFromXML(const std::u16string& index) const {
+  return ReadSum(index).value_or(-1);
 }
 
 LONG CLocalOffMsgStore::SetSumToXML(vk::OffMsgIndex& file, const std::u16string& index,
@@ -392,9 +397,26 @@ HRESULT CLocalOffMsgStore::DeleteOffMsgIndexByID(LPCOLESTR id) {
 }
 
 HRESULT CLocalOffMsgStore::ClearEmptyChannels() {
-  if (GetSumFromXML(im_.index) <= 0) ClearChannel(VK_OFFMSG_CHANNEL_IM);
-  if (GetSumFromXML(discussion_.index) <= 0) ClearChannel(VK_OFFMSG_CHANNEL_DISCUSSION);
+  ClearIfEmpty(im_, VK_OFFMSG_CHANNEL_IM);
+  ClearIfEmpty(discussion_, VK_OFFMSG_CHANNEL_DISCUSSION);
   return S_OK;
+}
+
+void CLocalOffMsgStore::ClearIfEmpty(const Channel& channel, LONG number) {
+  // A channel is empty when it has no index, or an index read to its end whose DataSum is 0
+  // or less. An index that exists but cannot be read (damaged, too large for a reader, not
+  // a regular file) says nothing about the messages it lists: deleting it would lose them.
+  if (IsFileExist(channel.index)) {
+    const std::optional<LONG> sum = ReadSum(channel.index);
+    if (!sum) {
+      Trace(vk::FormatWide(
+          u"CLocalOffMsgStore::ClearEmptyChannels unreadable index kept -- FileName=%s \n",
+          channel.index.c_str()));
+      return;
+    }
+    if (*sum > 0) return;
+  }
+  ClearChannel(number);
 }
 
 void CLocalOffMsgStore::LatestOf(const std::u16string& index, LONG* time, LONG* addr) const {

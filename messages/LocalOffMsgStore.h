@@ -5,6 +5,7 @@
 // debug output.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "runtime/ComObject.h"
@@ -40,6 +41,9 @@ class CLocalOffMsgStore : public vk::ComObject<ILocalOffMsgStore> {
   // Null for a channel number other than 0 and 2.
   const Channel* FindChannel(LONG channel) const;
 
+  // DataSum of an index read to its end; none when it is missing or cannot be read.
+  std::optional<LONG> ReadSum(const std::u16string& index) const;
+  // ReadSum, or -1.
   LONG GetSumFromXML(const std::u16string& index) const;
   // Sets DataSum in the loaded index and saves it: 0 when saved, else -1.
   LONG SetSumToXML(vk::OffMsgIndex& file, const std::u16string& index, LONG sum) const;
@@ -50,6 +54,8 @@ class CLocalOffMsgStore : public vk::ComObject<ILocalOffMsgStore> {
   int GetOneOffMsg(const std::u16string& data, LONG addr, LONG len, std::string& body) const;
   HRESULT DeleteFromIndex(const std::u16string& index, std::u16string_view id) const;
   void LatestOf(const std::u16string& index, LONG* time, LONG* addr) const;
+  // Clears the channel when its index is missing or reads with a DataSum of 0 or less.
+  void ClearIfEmpty(const Channel& channel, LONG number);
 
   IClientRoot* root_ = nullptr;
   IModuleSite* site_ = nullptr;

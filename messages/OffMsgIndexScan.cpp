@@ -3,13 +3,13 @@
 #include <libxml/parser.h>
 #include <libxml/parserInternals.h>
 
-#include <climits>
 #include <cstring>
 
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "storage/LeadingDigits.h"
 #include "storage/XmlErrorTrap.h"
+#include "storage/XmlParsePolicy.h"
 
 namespace vk {
 namespace {
@@ -25,9 +25,15 @@ bool Named(const xmlChar* name, const char* expected) {
   return std::strcmp(reinterpret_cast<const char*>(name), expected) == 0;
 }
 
+// The parser is its own user data (so the entity policy can stop it); the scan's state
+// rides in its private pointer.
+ScanState* StateOf(void* context) {
+  return static_cast<ScanState*>(static_cast<xmlParserCtxtPtr>(context)->_private);
+}
+
 void StartElement(void* context, const xmlChar* name, const xmlChar*, const xmlChar*, int,
                   const xmlChar**, int attribute_count, int, const xmlChar** attributes) {
-  auto* state = static_cast<ScanState*>(context);
+  ScanState* state = StateOf(context);
   int depth = state->depth++;
   if (depth == 0) {
     state->root_ok = Named(name, "OffMsgIndexData");
@@ -38,7 +44,7 @@ void StartElement(void* context, const xmlChar* name, const xmlChar*, const xmlC
 }
 
 void EndElement(void* context, const xmlChar*, const xmlChar*, const xmlChar*) {
-  --static_cast<ScanState*>(context)->depth;
+  --StateOf(context)->depth;
 }
 
 }  // namespace
@@ -70,23 +76,30 @@ int32_t OffMsgAttributes::Int(std::string_view name) const {
 }
 
 bool OffMsgIndexScan::Scan(std::u16string_view path, const Visit& on_root, const Visit& on_record) {
-  std::optional<std::string> bytes = ReadWholeFile(path);
-  if (!bytes || bytes->size() > static_cast<size_t>(INT_MAX)) return false;
   xmlInitParser();
   XmlErrorTrap trap;
   xmlSAXHandler sax{};
   sax.initialized = XML_SAX2_MAGIC;
   sax.startElementNs = &StartElement;
   sax.endElementNs = &EndElement;
+  XmlParsePolicy::RefuseEntities(&sax);
   ScanState state{&on_root, &on_record};
-  xmlParserCtxtPtr parser = xmlCreatePushParserCtxt(&sax, &state, nullptr, 0, nullptr);
+  xmlParserCtxtPtr parser = xmlCreatePushParserCtxt(&sax, nullptr, nullptr, 0, nullptr);
   if (parser == nullptr) return false;
+  parser->_private = &state;
   // The files are in the ANSI code page whatever their declaration says.
-  xmlCtxtUseOptions(parser, XML_PARSE_NONET | XML_PARSE_IGNORE_ENC);
+  xmlCtxtUseOptions(parser, XmlParsePolicy::kOptions | XML_PARSE_IGNORE_ENC);
   xmlCharEncodingHandlerPtr gbk = xmlFindCharEncodingHandler("GBK");
+  // The file goes to the parser in chunks as it is read: handed over whole, an index of ten
+  // million bytes or more (some 62,000 records) would exceed the parser's lookahead limit
+  // and read as damaged.
   bool ok = gbk != nullptr && xmlSwitchToEncoding(parser, gbk) == 0 &&
-            xmlParseChunk(parser, bytes->data(), static_cast<int>(bytes->size()), 1) == 0 &&
-            parser->wellFormed != 0 && state.root_ok;
+            ReadFileInChunks(path,
+                             [&](std::string_view chunk) {
+                               return xmlParseChunk(parser, chunk.data(),
+                                                    static_cast<int>(chunk.size()), 0) == 0;
+                             }) &&
+            xmlParseChunk(parser, nullptr, 0, 1) == 0 && parser->wellFormed != 0 && state.root_ok;
   // A document type declaration makes the parser build a document of its own to hold the
   // declared entities; the parser leaves freeing it to its caller.
   if (parser->myDoc != nullptr) xmlFreeDoc(parser->myDoc);

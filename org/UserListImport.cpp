@@ -5,7 +5,6 @@
 #include <libxml/xmlreader.h>
 
 #include <cstring>
-#include <fstream>
 #include <memory>
 #include <optional>
 
@@ -13,9 +12,11 @@
 #include "org/UserListFolderLock.h"
 #include "platform/Files.h"
 #include "platform/Log.h"
+#include "platform/ReadableFile.h"
 #include "platform/Text.h"
 #include "storage/SqlCall.h"
 #include "storage/XmlErrorTrap.h"
+#include "storage/XmlParsePolicy.h"
 
 // The organisation file of a large company holds a hundred thousand members. It is streamed
 // with libxml2's reader rather than loaded as a whole document: the selections the import
@@ -63,11 +64,10 @@ bool NameIs(const xmlNode* node, const char* name) {
 
 // The encoding to force for a file whose declaration names GB2312: the client's platform
 // reads that name as code page 936, a superset that libxml2's iconv GB2312 rejects.
-const char* ForcedEncoding(const std::string& native_path) {
-  std::ifstream file(native_path, std::ios::binary);
+const char* ForcedEncoding(ReadableFile& file) {
   char head[256] = {};
-  file.read(head, sizeof head - 1);
-  std::string declaration(head, static_cast<size_t>(file.gcount()));
+  const ssize_t got = file.ReadAt(head, sizeof head - 1, 0);
+  std::string declaration(head, got > 0 ? static_cast<size_t>(got) : 0);
   const size_t end = declaration.find("?>");
   if (declaration.rfind("<?xml", 0) != 0 || end == std::string::npos) return nullptr;
   declaration.resize(end);
@@ -121,17 +121,23 @@ bool UserListImport::Build(const std::u16string& xml_path, const std::u16string&
 
 bool UserListImport::Stream(const std::u16string& xml_path, const std::u16string& rebuild_path) {
   XmlErrorTrap quiet;  // the reader reports errors while it reads
-  const std::string native = PathToNative(xml_path);
+  // Opened by the platform layer, which never waits on a FIFO in the file's place; the reader
+  // streams from the descriptor (it outlives the reader, which does not close it).
+  ReadableFile file(xml_path);
+  if (!file.IsOpen()) return false;
   // The reader reads in chunks and would switch to the declared encoding when it reaches
   // the declaration: a forced encoding must be told to ignore it.
-  const char* forced = ForcedEncoding(native);
-  const int options = XML_PARSE_NONET | (forced != nullptr ? XML_PARSE_IGNORE_ENC : 0);
-  ReaderPtr reader(xmlReaderForFile(native.c_str(), forced, options));
+  const char* forced = ForcedEncoding(file);
+  const int options = XmlParsePolicy::kOptions | (forced != nullptr ? XML_PARSE_IGNORE_ENC : 0);
+  ReaderPtr reader(
+      xmlReaderForFd(file.Descriptor(), PathToNative(xml_path).c_str(), forced, options));
   if (!reader) return false;
   bool failed = false;
   if (!NextElement(reader.get(), failed)) return false;
   xmlNode* root = xmlTextReaderCurrentNode(reader.get());
   if (root == nullptr || root->ns != nullptr || !NameIs(root, "UserList")) return false;
+  // The declarations are complete when the document element starts; no entity is read.
+  if (XmlParsePolicy::DeclaresEntities(root->doc)) return false;
 
   // The scratch file is this import's alone (it carries the process id and a counter), so
   // that imports into the same account, in this process or another, never write into each

@@ -201,9 +201,26 @@ bool FileSystem::ReplaceContents(const std::string& target, std::string_view byt
                  [&](int fd, const std::string& temp) { return WriteAll(fd, temp, bytes); });
 }
 
+int FileSystem::OpenRegularForReading(const std::string& path, struct stat& info) {
+  // Without O_NONBLOCK, opening a FIFO waits for a writer, and the file's type is only known
+  // once it is open. Regular files ignore the flag; it is cleared before any read.
+  int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+  if (fd < 0) return -1;
+  int flags = -1;
+  if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+    errno = EINVAL;
+  } else if ((flags = ::fcntl(fd, F_GETFL)) >= 0 &&
+             ::fcntl(fd, F_SETFL, flags & ~O_NONBLOCK) == 0) {
+    return fd;
+  }
+  KeepingErrno([&] { ::close(fd); });
+  return -1;
+}
+
 bool FileSystem::ReplaceWithCopy(const std::string& source, const std::string& target,
                                  mode_t mode) {
-  int from = ::open(source.c_str(), O_RDONLY | O_CLOEXEC);
+  struct stat info {};
+  int from = OpenRegularForReading(source, info);
   if (from < 0) return false;
   bool ok = Replace(target, mode, [&](int fd, const std::string& temp) {
     char buffer[64 * 1024];

@@ -4,6 +4,7 @@
 // Paths are native (UTF-8). On failure errno tells why.
 #pragma once
 
+#include <sys/stat.h>
 #include <sys/types.h>
 
 #include <string>
@@ -39,6 +40,10 @@ class FileSystem {
   // The same with the bytes of the file `source`, read in chunks.
   static bool ReplaceWithCopy(const std::string& source, const std::string& target,
                               mode_t mode = kPrivateFile);
+  // A descriptor for reading the regular file at `path`, or -1. The open never waits: a FIFO,
+  // device or socket in the file's place is refused (EINVAL) instead of blocking until a
+  // writer comes. `info` receives the file's status.
+  static int OpenRegularForReading(const std::string& path, struct stat& info);
   // Renames a file. Without `replace`, an existing `to` is never overwritten (EEXIST).
   static bool Rename(const std::string& from, const std::string& to, bool replace);
   // Deletes a file; a file that is not there counts as deleted.

@@ -18,6 +18,7 @@
 #include "platform/Assert.h"
 #include "platform/FileSystem.h"
 #include "platform/Log.h"
+#include "platform/ReadableFile.h"
 #include "platform/Text.h"
 #include "vaultkit/vkcom.h"
 
@@ -33,17 +34,6 @@ std::string Env(const char* name) {
 void RecordFileError(std::u16string_view path) {
   std::string reason = std::strerror(errno);
   SetErrorDescription(std::u16string(path) + u": " + FromUtf8(reason));
-}
-
-// A descriptor open for reading on a regular file, or -1.
-int OpenRegularFile(std::u16string_view path, struct stat& info) {
-  int fd = ::open(PathToNative(path).c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return -1;
-  if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
-    ::close(fd);
-    return -1;
-  }
-  return fd;
 }
 
 }  // namespace
@@ -98,23 +88,27 @@ void SetFileAttributesNormal(std::u16string_view path) {
 }
 
 std::optional<std::string> ReadWholeFile(std::u16string_view path) {
-  struct stat info {};
-  int fd = OpenRegularFile(path, info);
-  if (fd < 0) return std::nullopt;
   std::string bytes;
-  char chunk[65536];
-  for (;;) {
-    ssize_t got = ::read(fd, chunk, sizeof chunk);
-    if (got < 0) {
-      if (errno == EINTR) continue;
-      ::close(fd);
-      return std::nullopt;
-    }
-    if (got == 0) break;
-    bytes.append(chunk, static_cast<size_t>(got));
+  if (!ReadFileInChunks(path, [&](std::string_view chunk) {
+        bytes.append(chunk);
+        return true;
+      })) {
+    return std::nullopt;
   }
-  ::close(fd);
   return bytes;
+}
+
+bool ReadFileInChunks(std::u16string_view path,
+                      const std::function<bool(std::string_view)>& consume) {
+  ReadableFile file(path);
+  if (!file.IsOpen()) return false;
+  std::vector<char> chunk(kReadChunk);
+  for (;;) {
+    ssize_t got = file.Read(chunk.data(), chunk.size());
+    if (got < 0) return false;
+    if (got == 0) return true;
+    if (!consume(std::string_view(chunk.data(), static_cast<size_t>(got)))) return false;
+  }
 }
 
 bool WriteFileAtomically(std::u16string_view path, std::string_view bytes) {
@@ -193,24 +187,15 @@ void KeepDamagedCopy(std::u16string_view path) {
 }
 
 std::optional<std::string> ReadFileRange(std::u16string_view path, int64_t offset, size_t length) {
-  struct stat info {};
-  int fd = OpenRegularFile(path, info);
-  if (fd < 0) return std::nullopt;
+  ReadableFile file(path);
+  if (!file.IsOpen()) return std::nullopt;
   std::string bytes;
-  if (offset >= 0 && offset < info.st_size) {
-    auto available = static_cast<uint64_t>(info.st_size - offset);
+  if (offset >= 0 && offset < file.Size()) {
+    auto available = static_cast<uint64_t>(file.Size() - offset);
     bytes.resize(static_cast<size_t>(std::min<uint64_t>(available, length)));
-    size_t done = 0;
-    while (done < bytes.size()) {
-      ssize_t got = ::pread(fd, bytes.data() + done, bytes.size() - done,
-                            static_cast<off_t>(offset + static_cast<int64_t>(done)));
-      if (got < 0 && errno == EINTR) continue;
-      if (got <= 0) break;
-      done += static_cast<size_t>(got);
-    }
-    bytes.resize(done);
+    ssize_t got = file.ReadAt(bytes.data(), bytes.size(), offset);
+    bytes.resize(got > 0 ? static_cast<size_t>(got) : 0);
   }
-  ::close(fd);
   return bytes;
 }
 

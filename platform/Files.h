@@ -2,7 +2,9 @@
 // the stored formats join them with a backslash.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,7 +25,14 @@ bool CreateFolder(std::u16string_view path);
 bool CreateFolders(std::u16string_view path);
 // Makes the file writable by its owner (the platform's "attributes normal").
 void SetFileAttributesNormal(std::u16string_view path);
+// Reading never waits on a FIFO or device in a file's place: anything but a regular file is
+// unreadable (see ReadableFile).
 std::optional<std::string> ReadWholeFile(std::u16string_view path);
+// Hands the file to `consume` in chunks of kReadChunk bytes or fewer, without holding it
+// whole; false when it cannot be read or `consume` answers false.
+inline constexpr size_t kReadChunk = 64 * 1024;
+bool ReadFileInChunks(std::u16string_view path,
+                      const std::function<bool(std::string_view)>& consume);
 // Up to `length` bytes from `offset` on; fewer where the file ends first, none for an offset
 // outside the file. Empty when the file cannot be opened.
 std::optional<std::string> ReadFileRange(std::u16string_view path, int64_t offset, size_t length);

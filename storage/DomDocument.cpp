@@ -16,6 +16,7 @@
 #include "platform/Text.h"
 #include "storage/DomDocumentState.h"
 #include "storage/XmlErrorTrap.h"
+#include "storage/XmlParsePolicy.h"
 
 namespace vk {
 namespace {
@@ -157,17 +158,19 @@ bool DomDocument::Parse(const std::string& bytes, const char* url, const char* f
   XmlErrorTrap trap;
   xmlParserCtxtPtr ctxt = xmlNewParserCtxt();
   if (ctxt == nullptr) throw ComError(E_OUTOFMEMORY, u"Cannot create an XML parser.");
-  // No network access and no entity substitution, so an external entity is never fetched.
-  int options = XML_PARSE_NONET;
+  XmlParsePolicy::RefuseEntities(ctxt->sax);
+  int options = XmlParsePolicy::kOptions;
   if (forced_encoding != nullptr) options |= XML_PARSE_IGNORE_ENC;
   xmlDocPtr doc = xmlCtxtReadMemory(ctxt, bytes.data(), static_cast<int>(bytes.size()), url,
                                     forced_encoding, options);
   bool well_formed = doc != nullptr && ctxt->wellFormed != 0;
+  const bool refused = XmlParsePolicy::Refused(ctxt);
   xmlFreeParserCtxt(ctxt);
   if (!well_formed || xmlDocGetRootElement(doc) == nullptr) {
     if (doc != nullptr) xmlFreeDoc(doc);
     state_ = EmptyState();
-    parse_error_ = trap.MessageOr(u"The document is not well-formed.");
+    parse_error_ = refused ? XmlParsePolicy::RefusalMessage()
+                           : trap.MessageOr(u"The document is not well-formed.");
     return false;
   }
   DropBlankText(xmlDocGetRootElement(doc));

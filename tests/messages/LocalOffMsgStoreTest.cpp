@@ -11,6 +11,7 @@
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "samples/OffMsgSamples.h"
+#include "tests/support/HangGuard.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TempDataRoot.h"
 
@@ -382,6 +383,61 @@ TEST_F(LocalOffMsgStoreTest, ClearingRemovesPlainFilesOfChannelsThatAreEmptyOrHa
   Write(kDisc, {Rec(u"a", 1)});
   EXPECT_EQ(store_->ClearChannel(kDisc), S_OK);
   EXPECT_TRUE(files_in(data_.File(u"Accounts/bob/OffMsgFiles/DisGroup/")).empty());
+}
+
+TEST_F(LocalOffMsgStoreTest, UnreadableIndexesCountAsNoneAndAreNeverCleared) {
+  const std::string kept = Rel(kIm, "xml");
+  const std::string damaged[] = {
+      "<OffMsgIndexData DataSum=\"0\">",  // truncated
+      "<!DOCTYPE OffMsgIndexData [<!ENTITY e \"x\">]><OffMsgIndexData DataSum=\"0\"/>",
+      "",  // a FIFO in the index's place, which nobody writes to
+  };
+  for (const std::string& bytes : damaged) {
+    Write(kIm, {Rec(u"a", 1)});
+    Write(kDisc, {}, 0);
+    if (bytes.empty()) {
+      ASSERT_TRUE(MakeFifo(data_.NativeFile(kept)));
+    } else {
+      data_.WriteBytes(kept, bytes);
+    }
+    LogCapture log;
+    HangGuard guard;
+    EXPECT_EQ(Total(), 0) << bytes;
+    Indexes(E_FAIL);
+    EXPECT_EQ(store_->ClearEmptyChannels(), S_OK);
+    // The unreadable IM channel keeps both files; the empty discussion channel goes.
+    EXPECT_TRUE(IsFileExist(data_.File(FromUtf8(kept)))) << bytes;
+    EXPECT_TRUE(IsFileExist(data_.File(FromUtf8(Rel(kIm, "txt"))))) << bytes;
+    EXPECT_FALSE(IsFileExist(data_.File(FromUtf8(Rel(kDisc, "xml"))))) << bytes;
+    size_t reported = 0;
+    for (const std::string& line : log.DebugLines()) {
+      reported += line.find("ClearEmptyChannels unreadable index kept") != std::string::npos;
+    }
+    EXPECT_EQ(reported, 1u) << bytes;
+    ::unlink(data_.NativeFile(kept).c_str());
+  }
+}
+
+TEST_F(LocalOffMsgStoreTest, ChannelOfAHundredThousandRecordsReadsBack) {
+  // Some 15 MB of index: more than a parser takes in one piece.
+  ASSERT_TRUE(samples::WriteOffMsgChannel(
+      data_.Path(), u"bob", kIm,
+      samples::BuildOffMsgChannel(samples::SampleOffMsgRecords(100000, 100))));
+  ASSERT_GT(Index(kIm).size(), 10000000u);
+  EXPECT_EQ(Total(), 100000);
+  std::vector<Item> conversations = Indexes();
+  ASSERT_EQ(conversations.size(), 100u);
+  EXPECT_EQ(conversations.front().count, 1000);
+  std::vector<Item> shown = Message(conversations.back().msg_id.c_str());
+  ASSERT_EQ(shown.size(), 1u);
+  EXPECT_FALSE(shown.front().xml.empty());
+  LONG t[4] = {};
+  EXPECT_EQ(store_->GetLatest(&t[0], &t[1], &t[2], &t[3]), S_OK);
+  EXPECT_GT(t[0], 0);
+  EXPECT_EQ(store_->DeleteOffMsgIndexByID(conversations.front().msg_id.c_str()), S_OK);
+  EXPECT_EQ(Total(), 99000);
+  EXPECT_EQ(store_->ClearEmptyChannels(), S_OK);
+  EXPECT_EQ(Total(), 99000);
 }
 
 }  // namespace

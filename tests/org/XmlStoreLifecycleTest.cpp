@@ -16,6 +16,7 @@
 #include "org/UserGrid.h"
 #include "tests/org/ComPtr.h"
 #include "tests/org/FakeClientRoot.h"
+#include "tests/support/HangGuard.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TempDataRoot.h"
 
@@ -61,12 +62,15 @@ TEST_F(XmlStoreLifecycleTest, UnreadableFilesAreReplacedByTheTemplate) {
       "\xff\xfe<\0U\0",
       "not xml at all",
       "<?xml version=\"1.0\" encoding=\"x-unknown\"?><UserGrid ProVer=\"4\"/>",
+      kHeader +
+          "<!DOCTYPE UserGrid [<!ENTITY n \"zhangsan\">]><UserGrid ProVer=\"4\">"
+          "<User Nick=\"&n;\" Grid=\"1\"/></UserGrid>",
   };
   for (const std::string& bytes : broken) {
     root_.WriteBytes("UserGrid.xml", bytes);
     auto grid = MakeStore<CUserGrid>();
     EXPECT_EQ(grid->Initialize(root_.File(u"UserGrid.xml").c_str(), nullptr), S_OK);
-    EXPECT_EQ(File("UserGrid.xml"), kHeader + "<UserGrid ProVer=\"0\"/>\n");
+    EXPECT_EQ(File("UserGrid.xml"), kHeader + "<UserGrid ProVer=\"0\"/>\n") << bytes;
   }
   EXPECT_TRUE(log.Records().empty());
   // Damaged bytes are kept beside the file, one copy per second (the first of that second),
@@ -82,6 +86,14 @@ TEST_F(XmlStoreLifecycleTest, UnreadableFilesAreReplacedByTheTemplate) {
   for (const std::string& bytes : kept) {
     EXPECT_NE(std::find(std::begin(broken) + 1, std::end(broken), bytes), std::end(broken));
   }
+
+  // A FIFO in the file's place, which nobody writes to, can be neither read nor replaced:
+  // the opening fails at once instead of waiting for a writer.
+  ASSERT_TRUE(MakeFifo(root_.NativeFile("UserGrid.xml")));
+  HangGuard guard;
+  auto grid = MakeStore<CUserGrid>();
+  EXPECT_EQ(grid->Initialize(root_.File(u"UserGrid.xml").c_str(), nullptr), E_FAIL);
+  EXPECT_EQ(grid->SetGrid(u"a", 1), E_FAIL);
 }
 
 TEST_F(XmlStoreLifecycleTest, ReadOnlyFileIsMadeWritableByTheFirstSave) {

@@ -239,14 +239,46 @@ TEST_F(DomDocumentTest, BrokenFilesFailToLoadQuietly) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-TEST_F(DomDocumentTest, ExternalEntitiesAreNotFetched) {
+TEST_F(DomDocumentTest, DocumentsDeclaringEntitiesAreRefusedAndNothingIsFetched) {
   WriteBytes("secret.txt", "top secret");
-  WriteBytes("xxe.xml", "<?xml version=\"1.0\"?><!DOCTYPE R [<!ENTITY e SYSTEM \"file://" + dir_ +
-                            "/secret.txt\">]><R>&e;</R>");
-  DomDocument doc;
-  ASSERT_TRUE(doc.Load(PathOf("xxe.xml"))) << ToUtf8(doc.ParseError());
-  EXPECT_EQ(doc.DocumentElement().Text().find(u"secret"), std::u16string::npos);
-  EXPECT_EQ(doc.SaveToBytes().find("top secret"), std::string::npos);
+  WriteBytes("ext.dtd", "<!ENTITY e \"top secret\">");
+  const std::string file = "file://" + dir_;
+  std::string quadratic = "<!DOCTYPE R [<!ENTITY e \"" + std::string(1000, 'x') + "\">]><R a=\"";
+  for (int i = 0; i < 1000; ++i) quadratic += "&e;";
+  quadratic += "\"/>";
+  const struct {
+    std::string text;
+    bool loads;
+  } cases[] = {
+      {"<!DOCTYPE R [<!ENTITY e SYSTEM \"" + file + "/secret.txt\">]><R>&e;</R>", false},
+      {"<!DOCTYPE R [<!ENTITY a \"lol\"><!ENTITY b \"&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;\">"
+       "<!ENTITY c \"&b;&b;&b;&b;&b;&b;&b;&b;&b;&b;\">]><R>&c;</R>",
+       false},
+      {quadratic, false},
+      {"<!DOCTYPE R [<!ENTITY % p \"<!ENTITY e 'x'>\">]><R/>", false},
+      {"<!DOCTYPE R [<!ENTITY e SYSTEM \"" + file + "/ext.dtd\" NDATA n>]><R/>", false},
+      // The external subset is never read, so its entity stays unknown, and is not fetched.
+      {"<!DOCTYPE R SYSTEM \"" + file + "/ext.dtd\"><R a=\"1\">&e;</R>", true},
+      {"<!DOCTYPE R [<!ELEMENT R ANY><!ATTLIST R a CDATA #IMPLIED>]><R a=\"1\"/>", true},
+      {"<!DOCTYPE R><R a=\"1\"/>", true},
+  };
+  for (const auto& c : cases) {
+    const std::string text = "<?xml version=\"1.0\" encoding=\"gb2312\"?>" + c.text;
+    WriteBytes("doc.xml", text);
+    DomDocument from_file, from_string, from_bytes;
+    EXPECT_EQ(from_file.Load(PathOf("doc.xml")), c.loads) << c.text.substr(0, 80);
+    EXPECT_EQ(from_string.LoadXml(FromUtf8(text)), c.loads) << c.text.substr(0, 80);
+    EXPECT_EQ(from_bytes.LoadBytesIn(text, "GBK"), c.loads) << c.text.substr(0, 80);
+    for (DomDocument* doc : {&from_file, &from_string, &from_bytes}) {
+      if (!c.loads) {
+        EXPECT_NE(doc->ParseError().find(u"declares entities"), std::u16string::npos);
+        EXPECT_TRUE(doc->DocumentElement().IsNull());
+        continue;
+      }
+      EXPECT_EQ(doc->DocumentElement().GetAttribute(u"a"), u"1");
+      EXPECT_EQ(doc->SaveToBytes().find("top secret"), std::string::npos);
+    }
+  }
 }
 
 TEST_F(DomDocumentTest, SaveFailureRaisesAndLeavesNoPartialFile) {

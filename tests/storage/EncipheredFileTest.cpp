@@ -7,6 +7,7 @@
 #include "platform/SymmetryCipher.h"
 #include "platform/Text.h"
 #include "storage/EncipheredFile.h"
+#include "tests/support/HangGuard.h"
 #include "tests/support/TempDataRoot.h"
 
 namespace vk {
@@ -89,13 +90,26 @@ TEST_F(EncipheredFileTest, UnreadableFilesGiveTheTemplateAndAreLeftAlone) {
   const std::string bob = Bytes("Accounts/bob/WEZProfile.dat");
   std::string random(256, '\0');
   for (size_t i = 0; i < random.size(); ++i) random[i] = static_cast<char>(i * 73 % 251);
-  for (const std::string& bytes : {std::string(), bob.substr(0, bob.size() - 8), bob, random,
-                                   EncipherText(u"not xml", root_.File(kFile))}) {
+  const char16_t kEntities[] =
+      u"<!DOCTYPE Root [<!ENTITY n \"x\">]><Root><ITEM NICK=\"&n;\"/></Root>";
+  for (const std::string& bytes :
+       {std::string(), bob.substr(0, bob.size() - 8), bob, random,
+        EncipherText(u"not xml", root_.File(kFile)), EncipherText(kEntities, root_.File(kFile))}) {
     root_.WriteBytes("Accounts/alice/WEZProfile.dat", bytes);
     EXPECT_EQ(Load(), u"template") << bytes.size();
     EXPECT_EQ(Bytes(), bytes);
     // What the next save would replace is kept aside (an empty file is not).
     EXPECT_EQ(DamagedCopies() > 0, !bytes.empty()) << bytes.size();
+  }
+  // Neither a plain companion declaring entities nor a FIFO in either file's place is read
+  // (nor waited on).
+  root_.WriteBytes("Accounts/alice/WEZProfile.xml", ToUtf8(kEntities));
+  EXPECT_EQ(Load(), u"template");
+  for (const char* name : {"Accounts/alice/WEZProfile.xml", "Accounts/alice/WEZProfile.dat"}) {
+    test::HangGuard guard;
+    ASSERT_TRUE(test::MakeFifo(root_.NativeFile(name)));
+    EXPECT_EQ(Load(), u"template") << name;
+    std::filesystem::remove(root_.NativeFile(name));
   }
   // A plaintext in the ANSI code page is read too.
   const std::string ansi = ToAnsi(kRecords);

@@ -1,9 +1,8 @@
 #include "tools/vaultkit/OptionsCommand.h"
 
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 
+#include "platform/Files.h"
 #include "platform/Profile.h"
 #include "platform/Text.h"
 #include "tools/vaultkit/Host.h"
@@ -148,8 +147,7 @@ void OptionsCommand::Print(bool json, const std::string& key, const Json& value)
 
 // The store has no enumeration: list reads section Default of the UTF-16 file itself.
 int OptionsCommand::List(const std::u16string& path, bool json) {
-  std::ifstream in(ToUtf8(path), std::ios::binary);
-  std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  const std::string bytes = ReadWholeFile(path).value_or(std::string());
   if (bytes.size() < 2 || bytes[0] != '\xFF' || bytes[1] != '\xFE') {
     throw Failure{ToUtf8(path) + " is not a UTF-16 option file (it does not begin with FF FE)"};
   }

@@ -1,7 +1,6 @@
 #include "tools/vaultkit/PortalCommand.h"
 
 #include <cstdio>
-#include <fstream>
 #include <iterator>
 #include <vector>
 
@@ -149,9 +148,8 @@ int PortalCommand::Run(Host& host, const std::vector<std::string>& all) {
     return kExitOk;
   }
   if (action == "install" && rest.size() == 1) {
-    std::ifstream in(rest[0], std::ios::binary);
-    if (!in) throw UsageError{"cannot read " + rest[0]};
-    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    const std::optional<std::string> bytes = ReadWholeFile(FromUtf8(rest[0]));
+    if (!bytes) throw UsageError{"cannot read " + rest[0]};
     // The store would take a document it cannot read for an empty one: refuse it here.
     std::optional<std::string> root_name = XmlRootName(FromUtf8(rest[0]));
     if (!root_name) throw Failure{rest[0] + " is not well-formed XML: nothing installed"};
@@ -161,7 +159,7 @@ int PortalCommand::Run(Host& host, const std::vector<std::string>& all) {
     }
     std::u16string path = host.AccountFile("PortalIcon/EPortal.xml");
     CreateFolders(path.substr(0, path.rfind(kSep)));
-    if (!WriteFileAtomically(path, bytes)) {
+    if (!WriteFileAtomically(path, *bytes)) {
       throw Failure{"cannot write " + ToUtf8(path) + ": " + FailureReason(E_FAIL)};
     }
     // The store keeps its document in memory and writes it back when it goes: it must

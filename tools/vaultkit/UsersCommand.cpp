@@ -8,11 +8,13 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <optional>
 
+#include "platform/Files.h"
+#include "platform/ReadableFile.h"
 #include "platform/Text.h"
 #include "storage/XmlErrorTrap.h"
+#include "storage/XmlParsePolicy.h"
 #include "tools/vaultkit/Host.h"
 #include "tools/vaultkit/Json.h"
 #include "tools/vaultkit/StoreAccess.h"
@@ -36,16 +38,19 @@ std::pair<uintmax_t, std::filesystem::file_time_type> RebuildStamp(const std::st
 // The first element of an XML file, read without loading the whole file. A file declared
 // GB2312 is read as GBK, its superset, as the import reads it.
 std::optional<std::string> FirstElement(const std::string& file) {
-  std::ifstream in(file, std::ios::binary);
+  // Opened by the platform layer, so a FIFO given as the file is refused instead of waited on.
+  vk::ReadableFile in(vk::PathFromNative(file));
+  if (!in.IsOpen()) return std::nullopt;
   std::string head(256, '\0');
-  in.read(head.data(), static_cast<std::streamsize>(head.size()));
-  head.resize(static_cast<size_t>(in.gcount()));
+  const ssize_t got = in.ReadAt(head.data(), head.size(), 0);
+  head.resize(got > 0 ? static_cast<size_t>(got) : 0);
   head = head.substr(0, head.find("?>"));
   std::transform(head.begin(), head.end(), head.begin(), [](char c) { return std::tolower(c); });
   bool gbk = head.starts_with("<?xml") && head.find("gb2312") != std::string::npos;
   XmlErrorTrap quiet;
-  xmlTextReaderPtr reader = xmlReaderForFile(file.c_str(), gbk ? "GBK" : nullptr,
-                                             XML_PARSE_NONET | (gbk ? XML_PARSE_IGNORE_ENC : 0));
+  xmlTextReaderPtr reader =
+      xmlReaderForFd(in.Descriptor(), file.c_str(), gbk ? "GBK" : nullptr,
+                     vk::XmlParsePolicy::kOptions | (gbk ? XML_PARSE_IGNORE_ENC : 0));
   if (reader == nullptr) return std::nullopt;
   std::optional<std::string> name;
   while (xmlTextReaderRead(reader) == 1) {
