@@ -484,7 +484,9 @@ const Save kLegacyImport = {
 
 // Printed as its name, which CTest then lists after the test's name in place of the row's index
 // (the bytes of the functions it holds would change from build to build).
-void PrintTo(const Save& save, std::ostream* out) { *out << save.name; }
+void PrintTo(const Save& save, std::ostream* out) {
+  *out << save.name;
+}
 
 class SaveFaultTest : public testing::TestWithParam<Save> {
  protected:
