@@ -172,39 +172,13 @@ TEST(Vtable, UserListCalledFromCReachesEachOperationInTableOrder) {
   EXPECT_EQ(run.refs_after_release, 1u);
   for (int i = 0; i < 30; ++i) EXPECT_EQ(run.results[i], i + 1) << "operation " << i + 1;
 
-  const std::vector<std::string> expected = {
-      "1:/data/userList5.dat self",
-      "2:7 ab/42",
-      "3:7 ab/42 2",
-      "4:7 ab",
-      "5:7",
-      "6:7 array",
-      "7:7",
-      "8:out",
-      "9:",
-      "10:7 out",
-      "11:8",
-      "12:7 9",
-      "13:",
-      "14:ab",
-      "15:42 out",
-      "16:ab out",
-      "17:out",
-      "18:out",
-      "19:-5",
-      "20:out",
-      "21:6",
-      "22:42 cd",
-      "23:ab out out",
-      "24:ab",
-      "25:out out distinct",
-      "26:org.xml",
-      "27:3 out",
-      "28:3 null out",
-      "29:zh",
-      "30:ab out",
-  };
-  EXPECT_EQ(list->log, expected);
+  std::string calls;  // each operation's number and the arguments it received
+  for (const std::string& call : list->log) calls += call + ";";
+  EXPECT_EQ(calls,
+            "1:/data/userList5.dat self;2:7 ab/42;3:7 ab/42 2;4:7 ab;5:7;6:7 array;7:7;8:out;9:;"
+            "10:7 out;11:8;12:7 9;13:;14:ab;15:42 out;16:ab out;17:out;18:out;19:-5;20:out;21:6;"
+            "22:42 cd;23:ab out out;24:ab;25:out out distinct;26:org.xml;27:3 out;28:3 null out;"
+            "29:zh;30:ab out;");
 
   // Results written by C++ are read back by C through the same records and out-pointers.
   EXPECT_EQ(run.entry_count, 2);

@@ -1,9 +1,10 @@
-#include <dirent.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
+#include <iterator>
 #include <optional>
 #include <string>
 
@@ -30,14 +31,8 @@ class ScopedEnv {
 };
 
 size_t EntriesIn(const std::string& folder) {
-  size_t count = 0;
-  DIR* dir = ::opendir(folder.c_str());
-  while (dirent* entry = dir ? ::readdir(dir) : nullptr) {
-    std::string name = entry->d_name;
-    count += name != "." && name != ".." ? 1 : 0;
-  }
-  if (dir) ::closedir(dir);
-  return count;
+  std::error_code none;
+  return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(folder, none), {}));
 }
 
 TEST(FilesTest, DataRootFollowsTheEnvironmentAndEndsWithSeparator) {
@@ -216,15 +211,13 @@ TEST(FilesTest, DamagedFilesAreKeptAsideTheLastThree) {
   EXPECT_TRUE(root.ReadBytes("Grid.xml.damaged-20220101000000").has_value());
   EXPECT_TRUE(root.ReadBytes("Grid.xml.damaged-x").has_value());  // not one of ours
   size_t kept = 0;
-  DIR* dir = ::opendir(root.NativePath().c_str());
-  while (dirent* entry = ::readdir(dir)) {
-    std::string name = entry->d_name;
+  for (const auto& entry : std::filesystem::directory_iterator(root.NativePath())) {
+    const std::string name = entry.path().filename().string();
     if (name.starts_with("Grid.xml.damaged-2") && name > "Grid.xml.damaged-2023") {
       EXPECT_EQ(root.ReadBytes(name), "<Grid broken");
       ++kept;
     }
   }
-  ::closedir(dir);
   EXPECT_EQ(kept, 1u);
 }
 

@@ -7,10 +7,16 @@
 
 namespace {
 
-VARIANT StringVariant(const char16_t* text) {
+// An initialised variant of the given type, its value still to be set.
+VARIANT Of(VARTYPE vt) {
   VARIANT v;
   VariantInit(&v);
-  v.vt = VT_BSTR;
+  v.vt = vt;
+  return v;
+}
+
+VARIANT StringVariant(const char16_t* text) {
+  VARIANT v = Of(VT_BSTR);
   v.u.bstrVal = SysAllocString(text);
   return v;
 }
@@ -21,28 +27,17 @@ TEST(Variant, ScalarsCopyByValue) {
   VariantInit(&v);
   EXPECT_EQ(v.vt, VT_EMPTY);
 
-  struct Case {
-    VARTYPE vt;
-    LONG value;
-  };
-  for (Case c : {Case{VT_I2, -7}, Case{VT_I4, -123456}, Case{VT_UI4, 42}, Case{VT_INT, 9},
-                 Case{VT_BOOL, VARIANT_TRUE}, Case{VT_ERROR, E_FAIL}, Case{VT_NULL, 0}}) {
-    VARIANT src, dest;
-    VariantInit(&src);
-    VariantInit(&dest);
-    src.vt = c.vt;
-    if (c.vt == VT_I2 || c.vt == VT_BOOL) {
-      src.u.iVal = static_cast<int16_t>(c.value);
-    } else {
-      src.u.lVal = c.value;
-    }
-    ASSERT_EQ(VariantCopy(&dest, &src), S_OK) << c.vt;
-    EXPECT_EQ(dest.vt, c.vt);
-    if (c.vt == VT_I2 || c.vt == VT_BOOL) {
-      EXPECT_EQ(dest.u.iVal, src.u.iVal);
-    } else {
-      EXPECT_EQ(dest.u.lVal, src.u.lVal);
-    }
+  const std::pair<VARTYPE, LONG> cases[] = {
+      {VT_I2, -7},        {VT_I4, -123456}, {VT_UI4, 42}, {VT_INT, 9}, {VT_BOOL, VARIANT_TRUE},
+      {VT_ERROR, E_FAIL}, {VT_NULL, 0}};
+  for (const auto& [vt, value] : cases) {
+    const bool narrow = vt == VT_I2 || vt == VT_BOOL;
+    VARIANT src = Of(vt), dest = Of(VT_EMPTY);
+    if (narrow) src.u.iVal = static_cast<int16_t>(value);
+    if (!narrow) src.u.lVal = value;
+    ASSERT_EQ(VariantCopy(&dest, &src), S_OK) << vt;
+    EXPECT_EQ(dest.vt, vt);
+    EXPECT_EQ(narrow ? dest.u.iVal : dest.u.lVal, narrow ? src.u.iVal : src.u.lVal) << vt;
     EXPECT_EQ(VariantClear(&dest), S_OK);
     EXPECT_EQ(dest.vt, VT_EMPTY);
   }
@@ -50,9 +45,7 @@ TEST(Variant, ScalarsCopyByValue) {
 
 TEST(Variant, StringsAreCopiedAndFreed) {
   const char16_t raw[] = {u'a', 0, u'b'};
-  VARIANT src;
-  VariantInit(&src);
-  src.vt = VT_BSTR;
+  VARIANT src = Of(VT_BSTR);
   src.u.bstrVal = SysAllocStringLen(raw, 3);
   VARIANT dest = StringVariant(u"overwritten");
   ASSERT_EQ(VariantCopy(&dest, &src), S_OK);
@@ -64,9 +57,7 @@ TEST(Variant, StringsAreCopiedAndFreed) {
   EXPECT_EQ(VariantClear(&dest), S_OK);
 
   // A null string is a valid empty string and copies as null.
-  VARIANT null_text = StringVariant(nullptr);
-  VARIANT copy;
-  VariantInit(&copy);
+  VARIANT null_text = StringVariant(nullptr), copy = Of(VT_EMPTY);
   ASSERT_EQ(VariantCopy(&copy, &null_text), S_OK);
   EXPECT_EQ(copy.vt, VT_BSTR);
   EXPECT_EQ(copy.u.bstrVal, nullptr);
@@ -76,21 +67,13 @@ TEST(Variant, StringsAreCopiedAndFreed) {
 
 TEST(Variant, InterfacesAreReferenceCounted) {
   CountingUnknown object;
-  VARIANT src, dest;
-  VariantInit(&src);
-  VariantInit(&dest);
-  src.vt = VT_DISPATCH;
+  VARIANT src = Of(VT_DISPATCH), dest = Of(VT_EMPTY), number = Of(VT_I4);
   src.u.pdispVal = &object;
   object.AddRef();  // the source variant's own reference
   ASSERT_EQ(VariantCopy(&dest, &src), S_OK);
   EXPECT_EQ(object.refs, 3u);
   EXPECT_EQ(dest.u.pdispVal, &object);
-
-  // Copying over a variant releases what it held.
-  VARIANT number;
-  VariantInit(&number);
-  number.vt = VT_I4;
-  ASSERT_EQ(VariantCopy(&dest, &number), S_OK);
+  ASSERT_EQ(VariantCopy(&dest, &number), S_OK);  // copying over a variant releases its hold
   EXPECT_EQ(object.refs, 2u);
 
   src.vt = VT_UNKNOWN;
@@ -100,7 +83,7 @@ TEST(Variant, InterfacesAreReferenceCounted) {
   EXPECT_EQ(VariantClear(&src), S_OK);
   EXPECT_EQ(object.refs, 1u);
 
-  src.vt = VT_UNKNOWN;
+  src = Of(VT_UNKNOWN);
   src.u.punkVal = nullptr;
   EXPECT_EQ(VariantCopy(&dest, &src), S_OK);
   EXPECT_EQ(VariantClear(&dest), S_OK);
@@ -114,28 +97,23 @@ TEST(Variant, ArraysAreDeepCopied) {
   LONG index = 0;
   ASSERT_EQ(SafeArrayPutElement(items, &index, &element), S_OK);
   VariantClear(&element);
-  element.vt = VT_UNKNOWN;
+  element = Of(VT_UNKNOWN);
   element.u.punkVal = &object;
   index = 1;
   ASSERT_EQ(SafeArrayPutElement(items, &index, &element), S_OK);
   EXPECT_EQ(object.refs, 2u);
 
-  VARIANT src, dest;
-  VariantInit(&src);
-  VariantInit(&dest);
-  src.vt = VT_ARRAY | VT_VARIANT;
+  VARIANT src = Of(VT_ARRAY | VT_VARIANT), dest = Of(VT_EMPTY);
   src.u.parray = items;
   ASSERT_EQ(VariantCopy(&dest, &src), S_OK);
   ASSERT_NE(dest.u.parray, items);
   EXPECT_EQ(object.refs, 3u);
   index = 0;
-  VARIANT source_first, copied_first;
-  ASSERT_EQ(SafeArrayGetElement(items, &index, &source_first), S_OK);
+  VARIANT copied_first;
   ASSERT_EQ(SafeArrayGetElement(dest.u.parray, &index, &copied_first), S_OK);
   EXPECT_EQ(std::u16string(copied_first.u.bstrVal), u"first");
   EXPECT_NE(static_cast<VARIANT*>(dest.u.parray->pvData)[0].u.bstrVal,
             static_cast<VARIANT*>(items->pvData)[0].u.bstrVal);
-  VariantClear(&source_first);
   VariantClear(&copied_first);
 
   EXPECT_EQ(VariantClear(&src), S_OK);
@@ -153,7 +131,7 @@ TEST(Variant, ArraysAreDeepCopied) {
         SafeArrayPutElement(array, &index, vt == VT_BSTR ? static_cast<void*>(text) : &number),
         S_OK);
     SysFreeString(text);
-    src.vt = VT_ARRAY | vt;
+    src = Of(VT_ARRAY | vt);
     src.u.parray = array;
     ASSERT_EQ(VariantCopy(&dest, &src), S_OK);
     VARTYPE copied = VT_EMPTY;
@@ -168,15 +146,13 @@ TEST(Variant, ArraysAreDeepCopied) {
 TEST(Variant, ReferencesAreNotOwned) {
   LONG number = 5;
   BSTR text = SysAllocString(u"kept");
-  VARIANT src, dest;
-  VariantInit(&dest);
-  src.vt = VT_BYREF | VT_I4;
+  VARIANT src = Of(VT_BYREF | VT_I4), dest = Of(VT_EMPTY);
   src.u.plVal = &number;
   ASSERT_EQ(VariantCopy(&dest, &src), S_OK);
   EXPECT_EQ(dest.u.plVal, &number);
   EXPECT_EQ(VariantClear(&dest), S_OK);
 
-  src.vt = VT_BYREF | VT_BSTR;
+  src = Of(VT_BYREF | VT_BSTR);
   src.u.pbstrVal = &text;
   ASSERT_EQ(VariantCopy(&dest, &src), S_OK);
   EXPECT_EQ(dest.u.pbstrVal, &text);
@@ -190,9 +166,7 @@ TEST(Variant, UnknownTypesAreRefused) {
   VARIANT dest = StringVariant(u"survives");
   for (VARTYPE vt : {VARTYPE(0x7F), VARTYPE(VT_VARIANT), VARTYPE(VT_ARRAY | VT_I2),
                      VARTYPE(VT_BYREF | VT_EMPTY), VARTYPE(VT_ARRAY | VT_BYREF)}) {
-    VARIANT bad;
-    VariantInit(&bad);
-    bad.vt = vt;
+    VARIANT bad = Of(vt);
     EXPECT_EQ(VariantCopy(&dest, &bad), DISP_E_BADVARTYPE) << vt;
     EXPECT_EQ(VariantClear(&bad), DISP_E_BADVARTYPE) << vt;
     EXPECT_EQ(bad.vt, vt);

@@ -35,13 +35,6 @@ class OptionStoreTest : public ::testing::Test {
   IOptionStore* store;
 };
 
-TEST_F(OptionStoreTest, AnswersItsInterface) {
-  IOptionStore* same = nullptr;
-  ASSERT_EQ(store->QueryInterface(IID_IOptionStore, reinterpret_cast<void**>(&same)), S_OK);
-  EXPECT_EQ(same, store);
-  same->Release();
-}
-
 TEST_F(OptionStoreTest, RoundTripsEveryTypeInSectionDefault) {
   ASSERT_EQ(store->Open(Path().c_str()), S_OK);
   EXPECT_EQ(FileBytes(), "\xFF\xFE");  // Open leaves the file alone

@@ -31,12 +31,5 @@ TEST(FileCreationTimeTest, RecordSurvivesAtomicRewritesAndCanBeBackdated) {
   EXPECT_NE(GetFileCreationTime(path), 1'000'000'000);  // a damaged record is ignored
 }
 
-TEST(FileCreationTimeTest, ClockIsReplaceable) {
-  UnixClock previous = SetUnixClock([] { return int64_t{42}; });
-  EXPECT_EQ(CurrentUnixTime(), 42);
-  SetUnixClock(std::move(previous));
-  EXPECT_GT(CurrentUnixTime(), 1'600'000'000);
-}
-
 }  // namespace
 }  // namespace vk

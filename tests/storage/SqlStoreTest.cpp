@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <filesystem>
 #include <memory>
@@ -11,6 +10,8 @@
 #include "platform/Log.h"
 #include "storage/SqlCall.h"
 #include "storage/SqlStore.h"
+#include "tests/support/SqlRows.h"
+#include "tests/support/TempDataRoot.h"
 
 namespace {
 
@@ -37,32 +38,8 @@ vk::SqlSchema TestSchema() {
 
 class SqlStoreTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/vk-sqlstore-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir_ = pattern;
-    path_ = (dir_ / "store.dat").u16string();
-  }
-  void TearDown() override { fs::remove_all(dir_); }
-
-  // Reads a value through a connection of the test's own, not the helper's.
-  std::string Query(const char* sql) {
-    sqlite3* db = nullptr;
-    EXPECT_EQ(sqlite3_open_v2(fs::path(path_).c_str(), &db, SQLITE_OPEN_READONLY, nullptr),
-              SQLITE_OK);
-    sqlite3_stmt* st = nullptr;
-    std::string out;
-    if (sqlite3_prepare_v2(db, sql, -1, &st, nullptr) == SQLITE_OK) {
-      while (sqlite3_step(st) == SQLITE_ROW) {
-        const unsigned char* text = sqlite3_column_text(st, 0);
-        out += text ? reinterpret_cast<const char*>(text) : "NULL";
-        out += ";";
-      }
-    }
-    sqlite3_finalize(st);
-    sqlite3_close(db);
-    return out;
-  }
+  // Reads through a connection of the test's own, not the helper's.
+  std::string Query(const char* sql) const { return vk::test::SqlRows(path_, sql); }
 
   // A store on the test's file, opened.
   std::unique_ptr<vk::SqlStore> Opened(vk::SqlSchema schema = TestSchema()) {
@@ -78,8 +55,8 @@ class SqlStoreTest : public ::testing::Test {
     return call.Step();
   }
 
-  fs::path dir_;
-  std::u16string path_;
+  vk::test::TempDataRoot root_;
+  std::u16string path_ = root_.File(u"store.dat");
 };
 
 TEST_F(SqlStoreTest, OpeningCreatesTheSchemaAndReopeningKeepsTheData) {
@@ -148,7 +125,7 @@ TEST_F(SqlStoreTest, ClosedOrNeverOpenedStoreHasNoStatementsAndFailsItsBinds) {
   EXPECT_EQ(store.Statement(99), nullptr);
   // A failed open leaves the store closed.
   vk::SqlStore elsewhere(TestSchema());
-  elsewhere.SetPath((dir_ / "no-such-folder" / "store.dat").u16string());
+  elsewhere.SetPath(root_.File(u"no-such-folder/store.dat"));
   elsewhere.OpenDb();
   EXPECT_FALSE(elsewhere.IsOpen());
   EXPECT_EQ(elsewhere.Statement(kSelectAll), nullptr);
