@@ -163,13 +163,15 @@ HRESULT CLocalOffMsgStore::GetIndexesFromXML(const std::u16string& index,
   OutputDebugStringA("CLocalOffMsgStore::GetIndexesFromXML Get in\n");
   if (!IsFileExist(index)) return S_OK;
   std::vector<vk::OffMsgConversation> records;
+  const bool discussion = index == discussion_.index;
   auto record = [&](const vk::OffMsgAttributes& a) {
     records.push_back({.msg_id = a.Text("MsgID"),
                        .create_time = a.Int("CreateTime"),
                        .session_desc = a.Text("SessionDesc"),
                        .actor = a.Text("Recievers"),
                        .title = a.Text("Title"),
-                       .type = a.Text("Type")});
+                       .type = a.Text("Type"),
+                       .discussion = discussion});
   };
   // A file that does not read to its end adds nothing.
   if (!vk::OffMsgIndexScan::Scan(index, kSkip, record)) return E_FAIL;
@@ -190,25 +192,35 @@ HRESULT CLocalOffMsgStore::GetIndexes(VARIANT* out) {
       return hr;
     }
     hr = GetIndexesFromXML(discussion_.index, conversations);
-    try {
-      // Both passes fill one list, so a conversation found in both channels is one item.
-      for (const vk::OffMsgConversation& c : conversations.InOrder()) {
-        IDataItem* item = nullptr;
-        Check(root_->CreateDataItem(&item), u"The client cannot create an item.");
-        HRESULT set = item->SetIntAttr(u"Count", c.count);
-        if (SUCCEEDED(set)) set = item->SetIntAttr(u"CreateTime", c.create_time);
-        if (SUCCEEDED(set)) set = item->SetTextAttr(u"SessionDesc", c.session_desc.c_str());
-        if (SUCCEEDED(set)) set = item->SetTextAttr(u"Actor", c.actor.c_str());
-        if (SUCCEEDED(set)) set = item->SetTextAttr(u"Title", c.title.c_str());
-        if (SUCCEEDED(set)) set = item->SetTextAttr(u"Type", c.type.c_str());
-        if (SUCCEEDED(set)) set = item->SetTextAttr(u"MsgID", c.msg_id.c_str());
-        if (SUCCEEDED(set)) set = list->Append(item);
-        item->Release();
-        Check(set, u"The client cannot fill an item.");
+    // Both passes fill one list, so a conversation found in both channels is one item. An
+    // item the client cannot make or fill ends the list where it is, as the pass that would
+    // have made it fails: a failing IM pass hands out nothing, a failing discussion pass the
+    // list built so far.
+    for (const vk::OffMsgConversation& c : conversations.InOrder()) {
+      IDataItem* item = nullptr;
+      HRESULT set = root_->CreateDataItem(&item);
+      if (SUCCEEDED(set) && item == nullptr) set = E_POINTER;
+      if (SUCCEEDED(set)) set = item->SetIntAttr(u"Count", c.count);
+      if (SUCCEEDED(set)) set = item->SetIntAttr(u"CreateTime", c.create_time);
+      if (SUCCEEDED(set)) set = item->SetTextAttr(u"SessionDesc", c.session_desc.c_str());
+      if (SUCCEEDED(set)) set = item->SetTextAttr(u"Actor", c.actor.c_str());
+      if (SUCCEEDED(set)) set = item->SetTextAttr(u"Title", c.title.c_str());
+      if (SUCCEEDED(set)) set = item->SetTextAttr(u"Type", c.type.c_str());
+      if (SUCCEEDED(set)) set = item->SetTextAttr(u"MsgID", c.msg_id.c_str());
+      if (SUCCEEDED(set)) set = list->Append(item);
+      if (item != nullptr) item->Release();
+      if (FAILED(set)) {
+        const std::u16string& file = c.discussion ? discussion_.index : im_.index;
+        Trace(vk::FormatWide(
+            u"CLocalOffMsgStore::GetIndexesFromXML Processing Elements error -- FileName=%s \n",
+            file.c_str()));
+        if (!c.discussion) {
+          list->Release();
+          return E_FAIL;
+        }
+        hr = E_FAIL;
+        break;
       }
-    } catch (...) {
-      list->Release();
-      throw;
     }
     out->vt = VT_DISPATCH;
     out->u.pdispVal = list;

@@ -16,6 +16,7 @@ struct OffMsgConversation {
   LONG count = 0;
   LONG create_time = 0;
   std::u16string session_desc, actor, title, type;
+  bool discussion = false;  // first seen in the discussion channel's pass, not the IM one's
 };
 
 class OffMsgConversations {

@@ -41,10 +41,24 @@ OffMsgRecord Rec(std::u16string id, LONG time, std::u16string body = u"<m/>") {
   return r;
 }
 
+// A client root that can run out of data items, as a client short of memory would.
+class LimitedRoot : public ClientRoot {
+ public:
+  HRESULT CreateDataItem(IDataItem** item) override {
+    if (items_left == 0) {
+      *item = nullptr;
+      return E_OUTOFMEMORY;
+    }
+    if (items_left > 0) --items_left;
+    return ClientRoot::CreateDataItem(item);
+  }
+  int items_left = -1;  // no limit
+};
+
 class LocalOffMsgStoreTest : public ::testing::Test {
  protected:
   LocalOffMsgStoreTest()
-      : root_(new ClientRoot()), site_(new ModuleSite(root_)), store_(new CLocalOffMsgStore()) {
+      : root_(new LimitedRoot()), site_(new ModuleSite(root_)), store_(new CLocalOffMsgStore()) {
     root_->SetDataFolder(data_.Path());
     root_->SetAccount(u"bob");
     EXPECT_EQ(store_->Init(site_), S_OK);
@@ -114,7 +128,7 @@ class LocalOffMsgStoreTest : public ::testing::Test {
   }
 
   TempDataRoot data_;
-  ClientRoot* root_;
+  LimitedRoot* root_;
   ModuleSite* site_;
   CLocalOffMsgStore* store_;
 };
@@ -180,6 +194,27 @@ TEST_F(LocalOffMsgStoreTest, IndexesGroupConversationsAcrossBothChannels) {
     EXPECT_EQ(items[i].actor, u"rcv" + FromUtf8(std::to_string(expected[i].time))) << i;
     EXPECT_EQ(items[i].title, i == 3 ? u"a&b<\"c\" 标题" : u"标题") << i;
   }
+
+  // An item the client cannot make ends the list as the pass that would have made it fails:
+  // in the discussion pass (d), the items so far with the failure; in the IM pass (b, whose
+  // first record is an IM one), the failure alone.
+  for (int left : {3, 2}) {
+    root_->items_left = left;
+    LogCapture log;
+    VARIANT v;
+    VariantInit(&v);
+    EXPECT_EQ(store_->GetIndexes(&v), E_FAIL) << left;
+    EXPECT_EQ(v.vt, left == 3 ? VT_DISPATCH : VT_EMPTY) << left;
+    LONG count = 0;
+    if (v.vt == VT_DISPATCH) static_cast<IDataList*>(v.u.pdispVal)->get_Count(&count);
+    EXPECT_EQ(count, left == 3 ? 3 : 0);
+    VariantClear(&v);
+    EXPECT_TRUE(log.HasDebugLineContaining(
+        "GetIndexesFromXML Processing Elements error -- FileName=" + ToUtf8(data_.Path()) +
+        Rel(left == 3 ? kDisc : kIm, "xml") + " \n"))
+        << left;
+  }
+  root_->items_left = -1;
 
   // A broken discussion index: the IM items with its failure. A broken IM index: the failure
   // alone, and the caller's variant untouched.
