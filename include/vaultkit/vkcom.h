@@ -541,8 +541,8 @@ VKAPI HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, R
  * $VAULTKIT_DATA_ROOT, else $XDG_DATA_HOME/vaultkit, else ~/.local/share/vaultkit. Set it
  * before the module's OnLoad; the module reads it at OnLoad and at each account change, and
  * the offline message store reads the root object's data folder instead. `folder` must be
- * absolute and exist (the module creates "Accounts" in it, one level); null or empty clears it (the environment decides again). S_OK; E_INVALIDARG for
- * a relative path. */
+ * absolute and exist (the module creates "Accounts" in it, one level); null or empty clears it (the
+ * environment decides again). S_OK; E_INVALIDARG for a relative path. */
 VKAPI HRESULT VkSetDataRoot(const char* folder);
 /* Copies the folder VkSetDataRoot set, with its NUL, into `out`: S_OK; S_FALSE with an empty
  * text when none is set; E_INVALIDARG when it does not fit `size` bytes or `out` is null. */
