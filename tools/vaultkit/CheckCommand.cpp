@@ -99,13 +99,16 @@ const char* CheckCommand::Help() const {
          "    name, to XML under Root (or their plain .xml companions, read first);\n"
          "  User.cfg, wez.cfg: UTF-16LE behind the FF FE mark;\n"
          "  OffMsgFiles/IM and OffMsgFiles/DisGroup: index and data file together, every\n"
-         "    record's Addr and Len inside the data file, every body decompressing.\n"
+         "    record's Addr and Len inside the data file, every body decompressing;\n"
+         "  vaultkit.lock: which process owns the account now, or which one ended\n"
+         "    without leaving it;\n"
+         "  every file and folder of the account: none that other local users may write.\n"
          "Each problem names the file and what the store will do with it. A file a store\n"
          "creates when it is missing is reported absent, not damaged. The check opens\n"
          "databases read-only, never loads the component and changes nothing.\n"
-         "Exit status: 0 all is well, 4 a file is damaged, 1 no such account folder (or\n"
-         "no Accounts folder under the data root), 2 wrong command line, 3 the folder\n"
-         "cannot be listed.\n";
+         "Exit status: 0 all is well, 4 a file is damaged or open to other users, 1 no\n"
+         "such account folder (or no Accounts folder under the data root), 2 wrong\n"
+         "command line, 3 the folder cannot be listed.\n";
 }
 
 int CheckCommand::Run(Host& host, const std::vector<std::string>& args) {
