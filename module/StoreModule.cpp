@@ -20,14 +20,6 @@ std::atomic<CStoreModule*> g_instance{nullptr};
 constexpr char16_t kAccounts[] = u"Accounts";
 constexpr char16_t kLoginLine[] = u"Vaultkit:OnAccountChange";
 
-template <typename I>
-void ReleaseRef(I*& ref) {
-  if (ref != nullptr) {
-    ref->Release();
-    ref = nullptr;
-  }
-}
-
 // Hands out a reference the caller owns.
 template <typename I>
 HRESULT HandOut(I* held, I** out) {
@@ -40,12 +32,6 @@ HRESULT HandOut(I* held, I** out) {
 template <typename I>
 HRESULT HandOutHeld(I* held, I** out) {
   return held == nullptr ? E_FAIL : HandOut(held, out);
-}
-
-template <typename I>
-HRESULT CreateStore(const CLSID& clsid, I*& slot) {
-  if (slot != nullptr) return S_OK;
-  return LocalCreate(clsid, InterfaceId<I>::Get(), reinterpret_cast<void**>(&slot));
 }
 
 // Data root + a relative part built from one of the system's "%s\\..." formats.
@@ -80,51 +66,18 @@ CStoreModule::~CStoreModule() {
   for (auto& path : paths_) path.clear();
   if (sink_ != nullptr) {
     if (sink_->IsConnected()) sink_->Disconnect();
-    ReleaseRef(sink_);
+    sink_.reset();
   }
-  ReleaseRef(site_);
-  ReleaseRef(root_);
-  ReleaseRef(offline_messages_);
-  ReleaseRef(revert_dialogs_);
-  ReleaseRef(portal_);
-  ReleaseRef(dept_leader_);
-  ReleaseRef(key_depts_);
-  ReleaseRef(user_grid_);
-  ReleaseRef(buddy_profile_);
-  ReleaseRef(user_options_);
-  ReleaseRef(global_options_);
-  ReleaseRef(group_recent_);
-  ReleaseRef(group_user_defined_);
-  ReleaseRef(group_friend_);
-  ReleaseRef(items_);
-  ReleaseRef(profile_);
-  ReleaseRef(mobile_profile_);
-  ReleaseRef(user_list_);
-  ReleaseRef(group_external_);
-  ReleaseRef(group_mobile_);
-  ReleaseRef(group_company_);
+  site_.reset();
+  root_.reset();
+  for (auto id = std::rbegin(kHoldingOrder); id != std::rend(kHoldingOrder); ++id) {
+    stores_[Index(*id)].reset();
+  }
   // The timer window goes with flush_timer_, and the marker is cleared last of all.
 }
 
 CStoreModule* CStoreModule::Instance() {
   return g_instance;
-}
-
-IWEZGroupStore*& CStoreModule::GroupStore(LONG kind) {
-  switch (kind) {
-    case 1:
-      return group_company_;
-    case 2:
-      return group_friend_;
-    case 3:
-      return group_recent_;
-    case 4:
-      return group_user_defined_;
-    case 5:
-      return group_mobile_;
-    default:
-      return group_external_;
-  }
 }
 
 // ---- IClientModule ----------------------------------------------------------------------
@@ -151,27 +104,21 @@ HRESULT CStoreModule::get_Name(BSTR* name) {
 
 HRESULT CStoreModule::get_Site(IModuleSite** site) {
   if (site == nullptr) return E_INVALIDARG;
-  *site = site_;
-  if (site_ == nullptr) return E_FAIL;
-  site_->AddRef();
-  return S_OK;
+  *site = site_.AddRef();
+  return site_ == nullptr ? E_FAIL : S_OK;
 }
 
 // Keeps the site's IModuleSite and its root object. A null site, or a root that cannot be
 // read, is an error out of the call: the client gets its status, nothing else happens.
 HRESULT CStoreModule::TakeSiteAndRoot(IUnknown* site) {
   if (site == nullptr) return E_POINTER;
-  IModuleSite* module_site = nullptr;
-  site->QueryInterface(IID_IModuleSite, reinterpret_cast<void**>(&module_site));
-  ReleaseRef(site_);
-  site_ = module_site;
+  site->QueryInterface(IID_IModuleSite, reinterpret_cast<void**>(site_.Out()));
   if (site_ == nullptr) return E_NOINTERFACE;
-  IClientRoot* root = nullptr;
-  HRESULT hr = site_->get_RootObject(&root);
+  ComPtr<IClientRoot> root;
+  HRESULT hr = site_->get_RootObject(root.Out());
   if (FAILED(hr)) return hr;
   if (root == nullptr) return E_POINTER;
-  ReleaseRef(root_);
-  root_ = root;
+  root_ = std::move(root);
   return S_OK;
 }
 
@@ -188,19 +135,21 @@ HRESULT CStoreModule::OnLoad(IUnknown* site) {
     VK_REPORT_ASSERT();
     return E_FAIL;
   };
-  if (FAILED(CreateStore(CLSID_OptionStore, global_options_))) {
+  if (FAILED(Create(StoreId::kGlobalOptions))) {
     VK_REPORT_ASSERT();
     return load_failed();
   }
-  std::u16string wez_cfg = data_root + kAccounts + NormalizeSeparators(u"\\wez.cfg");
-  EnsureOptionFile(wez_cfg);
-  Opened(global_options_, wez_cfg, global_options_->Open(wez_cfg.c_str()));
+  // Its result is not checked: the load goes on without the options.
+  paths_[Index(StoreId::kGlobalOptions)] =
+      data_root + kAccounts + u"/" + FromUtf8(kGlobalOptionsFile);
+  EnsureOptionFile(Path(StoreId::kGlobalOptions));
+  Open(StoreId::kGlobalOptions);
 
   hr = VK_QUIET_GUARD({
     HRESULT taken = TakeSiteAndRoot(site);
     if (FAILED(taken)) throw ComError(taken, u"The site or its root object is missing");
     sink_->my_presence_change.Subscribe(this, &CStoreModule::OnMyPresenceChange);
-    if (!sink_->Connect(root_)) throw "Error";
+    if (!sink_->Connect(root_.get())) throw "Error";
     return S_OK;
   });
   if (FAILED(hr)) {
@@ -215,65 +164,50 @@ HRESULT CStoreModule::OnLoad(IUnknown* site) {
   // Creating and opening the stores report their own failing step.
   if (FAILED(CreateStores())) return load_failed();
 
-  CreateFolder(data_root + kAccounts + NormalizeSeparators(u"\\0"));
+  CreateFolder(data_root + kAccounts + u"/" + kDefaultAccount);
   if (FAILED(OpenDefaultAccountStores())) return load_failed();
   return S_OK;
 }
 
+HRESULT CStoreModule::Create(StoreId id) {
+  ComPtr<IUnknown>& slot = stores_[Index(id)];
+  if (slot != nullptr) return S_OK;
+  const StoreRow& row = Row(id);
+  return LocalCreate(*row.clsid, *row.iid, reinterpret_cast<void**>(slot.Out()));
+}
+
+// In the catalogue's order; the global options, created first, exist already.
 HRESULT CStoreModule::CreateStores() {
-  auto failed = [](HRESULT hr) {
-    if (FAILED(hr)) VK_REPORT_ASSERT();
-    return FAILED(hr);
-  };
-  if (failed(CreateStore(CLSID_UserList, user_list_)) ||
-      failed(CreateStore(CLSID_UserGrid, user_grid_)) ||
-      failed(CreateStore(CLSID_KeyDepts, key_depts_)) ||
-      failed(CreateStore(CLSID_DeptLeader, dept_leader_)) ||
-      failed(CreateStore(CLSID_PortalStore, portal_)) ||
-      failed(CreateStore(CLSID_WEZGroupStore, group_company_)) ||
-      failed(CreateStore(CLSID_WEZGroupStore, group_mobile_)) ||
-      failed(CreateStore(CLSID_WEZGroupStore, group_external_)) ||
-      failed(CreateStore(CLSID_WEZGroupStore, group_recent_)) ||
-      failed(CreateStore(CLSID_WEZGroupStore, group_friend_)) ||
-      failed(CreateStore(CLSID_OptionStore, user_options_)) ||
-      failed(CreateStore(CLSID_WEZGroupStore, group_user_defined_)) ||
-      failed(CreateStore(CLSID_WEZProfileStore, profile_)) ||
-      failed(CreateStore(CLSID_MobileProfileStore, mobile_profile_)) ||
-      failed(CreateStore(CLSID_WEZItemStore, items_)) ||
-      failed(CreateStore(CLSID_WEZProfileProStore, buddy_profile_)) ||
-      failed(CreateStore(CLSID_RevertDialogStore, revert_dialogs_)) ||
-      failed(CreateStore(CLSID_LocalOffMsgStore, offline_messages_))) {
-    return E_FAIL;
+  for (const StoreRow& row : kStoreCatalog) {
+    if (FAILED(Create(row.id))) {
+      VK_REPORT_ASSERT();
+      return E_FAIL;
+    }
   }
   return S_OK;
 }
 
-HRESULT CStoreModule::OpenDefaultAccountStores() {
-  std::u16string root = GetFileListPath();
-  auto path = [&](const char16_t* format) {
-    return root + NormalizeSeparators(FormatWide(format, kAccounts));
-  };
-  paths_[kRecentGroup] = path(u"%s\\0\\RecentGroup.dat");
-  paths_[kFriendGroup] = path(u"%s\\0\\FriendGroup.dat");
-  paths_[kUserDefinedGroup] = path(u"%s\\0\\UserDefinedGroup.dat");
-  paths_[kWEZProfile] = path(u"%s\\0\\WEZProfile.dat");
-  paths_[kGroup] = path(u"%s\\0\\Group.dat");
-  paths_[kWEZExtGroup] = path(u"%s\\0\\WEZExtGroup.dat");
+HRESULT CStoreModule::Open(StoreId id) {
+  const StoreRow& row = Row(id);
+  IUnknown* store = stores_[Index(id)].get();
+  // A store whose class is not built yet is missing: that counts as a failed step rather
+  // than a call through an empty reference.
+  HRESULT hr = store == nullptr ? E_FAIL : row.open(store, Path(id).c_str(), root_.get(), row.kind);
+  // A failed opening leaves the store closed.
+  opened_[Index(id)] = SUCCEEDED(hr) ? Path(id) : u"";
+  return hr;
+}
 
-  auto failed = [](HRESULT hr) {
-    if (FAILED(hr)) VK_REPORT_ASSERT();
-    return FAILED(hr);
-  };
-  auto group = [&](IWEZGroupStore* store, PathSlot slot, LONG kind) {
-    return Opened(store, paths_[slot], store->Initialize(paths_[slot].c_str(), kind));
-  };
-  if (failed(group(group_company_, kGroup, 1)) || failed(group(group_friend_, kFriendGroup, 2)) ||
-      failed(group(group_recent_, kRecentGroup, 3)) ||
-      failed(group(group_user_defined_, kUserDefinedGroup, 4)) ||
-      failed(Opened(profile_, paths_[kWEZProfile],
-                    profile_->Initialize(paths_[kWEZProfile].c_str()))) ||
-      failed(group(group_external_, kWEZExtGroup, 6))) {
-    return E_FAIL;
+HRESULT CStoreModule::OpenDefaultAccountStores() {
+  const std::u16string folder = GetFileListPath() + kAccounts + u"/" + kDefaultAccount + u"/";
+  for (StoreId id : kDefaultOpenOrder) {
+    paths_[Index(id)] = folder + FromUtf8(Row(id).file);
+  }
+  for (StoreId id : kDefaultOpenOrder) {
+    if (FAILED(Open(id))) {
+      VK_REPORT_ASSERT();
+      return E_FAIL;
+    }
   }
   return S_OK;
 }
@@ -299,25 +233,11 @@ HRESULT CStoreModule::OnAccountChange() {
   if (!IsFileExist(LimitFileFind(folder))) CreateFolder(folder);
   TakeAccount(folder, account);
 
-  paths_[kRevertDialog] = AccountPath(u"%s\\%s\\RevertDialog.xml", account);
-  paths_[kGroup] = AccountPath(u"%s\\%s\\Group.dat", account);
-  paths_[kMobileGroup] = AccountPath(u"%s\\%s\\MobileGroup.dat", account);
-  paths_[kFriendGroup] = AccountPath(u"%s\\%s\\FriendGroup.dat", account);
-  paths_[kRecentGroup] = AccountPath(u"%s\\%s\\RecentGroup.dat", account);
-  paths_[kUserDefinedGroup] = AccountPath(u"%s\\%s\\UserDefinedGroup.dat", account);
-  paths_[kUserCfg] = AccountPath(u"%s\\%s\\User.cfg", account);
-  paths_[kWEZProfile] = AccountPath(u"%s\\%s\\WEZProfile.dat", account);
-  paths_[kMobileProfile] = AccountPath(u"%s\\%s\\MobileProfile.xml", account);
-  paths_[kWEZExtGroup] = AccountPath(u"%s\\%s\\WEZExtGroup.dat", account);
-  paths_[kWEZExtBuddy] = AccountPath(u"%s\\%s\\WEZExtBuddy.xml", account);
-  paths_[kUserList5] = AccountPath(u"%s\\%s\\userList5.dat", account);
-  paths_[kUserGrid] = AccountPath(u"%s\\%s\\UserGrid.xml", account);
-  paths_[kLeader] = AccountPath(u"%s\\%s\\Leader.xml", account);
-  paths_[kWEZProfilePro] = AccountPath(u"%s\\%s\\WEZProfilePro.dat", account);
-  paths_[kKeyDepts] = AccountPath(u"%s\\%s\\KeyDepts.xml", account);
-  paths_[kEPortal] = AccountPath(u"%s\\%s\\PortalIcon\\EPortal.xml", account);
+  for (const StoreRow& row : kStoreCatalog) {
+    if (row.file != nullptr) paths_[Index(row.id)] = folder + u"/" + FromUtf8(row.file);
+  }
 
-  EnsureOptionFile(paths_[kUserCfg]);
+  EnsureOptionFile(Path(StoreId::kUserOptions));
   if (FAILED(OpenAccountStores())) return S_OK;
   LoginLog(kLoginLine);
   return S_OK;
@@ -326,62 +246,18 @@ HRESULT CStoreModule::OnAccountChange() {
 // Opens the stores in the fixed order. The first failure ends the sequence with an
 // assertion report; a missing buddy profile file ends it silently.
 HRESULT CStoreModule::OpenAccountStores() {
-  // A store whose class is not built yet is missing: that counts as a failed step rather
-  // than a call through an empty reference.
-  auto open = [&](auto* store, PathSlot slot, auto&& call) -> bool {
-    HRESULT hr = store == nullptr ? E_FAIL : Opened(store, paths_[slot], call(store));
-    if (FAILED(hr)) VK_REPORT_ASSERT();
-    return SUCCEEDED(hr);
-  };
-  auto group = [&](IWEZGroupStore* store, PathSlot slot, LONG kind) {
-    return open(store, slot,
-                [&](IWEZGroupStore* s) { return s->Initialize(paths_[slot].c_str(), kind); });
-  };
-  auto plain = [&](auto* store, PathSlot slot) {
-    return open(store, slot, [&](auto* s) { return s->Initialize(paths_[slot].c_str()); });
-  };
-  auto with_root = [&](auto* store, PathSlot slot) {
-    return open(store, slot, [&](auto* s) { return s->Initialize(paths_[slot].c_str(), root_); });
-  };
-  // The item, buddy profile and dialog stores take their path as an allocated string.
-  auto allocated = [&](auto* store, PathSlot slot, auto... root) {
-    return open(store, slot, [&](auto* s) {
-      BSTR path = SysAllocString(paths_[slot].c_str());
-      HRESULT hr = s->Initialize(path, root...);
-      SysFreeString(path);
-      return hr;
-    });
-  };
-  bool ok = allocated(revert_dialogs_, kRevertDialog, root_) && group(group_company_, kGroup, 1) &&
-            group(group_mobile_, kMobileGroup, 5) && group(group_friend_, kFriendGroup, 2) &&
-            group(group_recent_, kRecentGroup, 3) &&
-            group(group_user_defined_, kUserDefinedGroup, 4) &&
-            open(user_options_, kUserCfg,
-                 [&](IOptionStore* s) { return s->Open(paths_[kUserCfg].c_str()); }) &&
-            plain(profile_, kWEZProfile) && plain(mobile_profile_, kMobileProfile) &&
-            group(group_external_, kWEZExtGroup, 6) && allocated(items_, kWEZExtBuddy) &&
-            with_root(user_list_, kUserList5) && with_root(user_grid_, kUserGrid) &&
-            with_root(dept_leader_, kLeader);
-  if (!ok) return E_FAIL;
-  if (!IsFileExist(paths_[kWEZProfilePro])) return E_FAIL;  // ends silently
-  if (!allocated(buddy_profile_, kWEZProfilePro)) return E_FAIL;
-  // The results of these two are not checked.
-  if (key_depts_ != nullptr) {
-    Opened(key_depts_, paths_[kKeyDepts], key_depts_->Initialize(paths_[kKeyDepts].c_str(), root_));
-  }
-  if (portal_ != nullptr) {
-    Opened(portal_, paths_[kEPortal], portal_->Initialize(paths_[kEPortal].c_str(), root_));
+  for (const OpenStep& step : kAccountOpenOrder) {
+    if (step.rule == OpenRule::kFileMustExist && !IsFileExist(Path(step.id))) return E_FAIL;
+    if (step.rule == OpenRule::kUnchecked) {
+      if (stores_[Index(step.id)] != nullptr) Open(step.id);
+      continue;
+    }
+    if (FAILED(Open(step.id))) {
+      VK_REPORT_ASSERT();
+      return E_FAIL;
+    }
   }
   return S_OK;
-}
-
-HRESULT CStoreModule::Opened(IUnknown* store, const std::u16string& path, HRESULT hr) {
-  if (SUCCEEDED(hr)) {
-    opened_[store] = path;
-  } else {
-    opened_.erase(store);  // a failed opening leaves the store closed
-  }
-  return hr;
 }
 
 HRESULT CStoreModule::OnCommand(LONG, LONG, LONG, LONG, LONG, LONG, LONG, LONG, LONG, LONG, LONG,
@@ -422,14 +298,9 @@ HRESULT CStoreModule::OnUnload() {
 }
 
 void CStoreModule::Flush() {
-  if (profile_ != nullptr) profile_->Close();
-  if (user_list_ != nullptr) user_list_->Save();
-  if (user_grid_ != nullptr) user_grid_->Close();
-  if (key_depts_ != nullptr) key_depts_->Close();
-  if (dept_leader_ != nullptr) dept_leader_->Close();
-  if (buddy_profile_ != nullptr) buddy_profile_->Close();
-  if (mobile_profile_ != nullptr) mobile_profile_->Close();
-  if (items_ != nullptr) items_->Close();
+  for (StoreId id : kFlushOrder) {
+    if (IUnknown* store = stores_[Index(id)].get()) Row(id).flush(store);
+  }
 }
 
 void CStoreModule::OnMyPresenceChange(LONG, LONG state) {
@@ -441,9 +312,10 @@ void CStoreModule::OnMyPresenceChange(LONG, LONG state) {
 
 void CStoreModule::ReadinessCheck(const char16_t* text) {
   DoLog(u"important", u"XWEZStore", u"NotifyOrgStructStatus", text);
-  if (org_struct_ready_ == 1 && user_list_ready_ == 1 && profile_ != nullptr &&
-      user_list_ != nullptr) {
-    profile_->SetUserList(user_list_);
+  auto* profiles = Held<IWEZProfileStore>(StoreId::kProfiles);
+  auto* users = Held<IUserList>(StoreId::kUserList);
+  if (org_struct_ready_ == 1 && user_list_ready_ == 1 && profiles != nullptr && users != nullptr) {
+    profiles->SetUserList(users);
   }
 }
 
@@ -458,54 +330,53 @@ void CStoreModule::ReadinessCheck(const char16_t* text) {
 HRESULT CStoreModule::GetProfileStore(IWEZProfileStore** store) {
   VK_CHECK_OUT(store);
   *store = nullptr;
-  if (profile_ == nullptr) VK_REPORT_ASSERT();
-  return HandOut(profile_, store);
+  auto* held = Held<IWEZProfileStore>(StoreId::kProfiles);
+  if (held == nullptr) VK_REPORT_ASSERT();
+  return HandOut(held, store);
 }
 
 HRESULT CStoreModule::GetMobileProfileStore(IMobileProfileStore** store) {
   VK_CHECK_OUT(store);
   *store = nullptr;
-  if (mobile_profile_ == nullptr) {
-    HRESULT hr = CreateStore(CLSID_MobileProfileStore, mobile_profile_);
-    if (FAILED(hr)) {
-      VK_REPORT_ASSERT();
-      return hr;
-    }
+  HRESULT hr = Create(StoreId::kMobileProfiles);
+  if (FAILED(hr)) {
+    VK_REPORT_ASSERT();
+    return hr;
   }
-  return HandOut(mobile_profile_, store);
+  return HandOut(Held<IMobileProfileStore>(StoreId::kMobileProfiles), store);
 }
 
 HRESULT CStoreModule::GetItemStore(IWEZItemStore** store) {
   VK_CHECK_OUT(store);
-  return HandOutHeld(items_, store);
+  return HandOutHeld(Held<IWEZItemStore>(StoreId::kItems), store);
 }
 
 // The option, portal and offline-message accessors hand out whatever is held: those stores
 // are created unconditionally at load.
 HRESULT CStoreModule::GetOptionStore(IOptionStore** store) {
   VK_CHECK_OUT(store);
-  return HandOut(global_options_, store);
+  return HandOut(Held<IOptionStore>(StoreId::kGlobalOptions), store);
 }
 
 HRESULT CStoreModule::GetUserOptionStore(IOptionStore** store) {
   VK_CHECK_OUT(store);
-  return HandOut(user_options_, store);
+  return HandOut(Held<IOptionStore>(StoreId::kUserOptions), store);
 }
 
 HRESULT CStoreModule::GetUserList(IUserList** store) {
   VK_CHECK_OUT(store);
-  return HandOutHeld(user_list_, store);
+  return HandOutHeld(Held<IUserList>(StoreId::kUserList), store);
 }
 
 HRESULT CStoreModule::GetPortalStore(IPortalStore** store) {
   VK_CHECK_OUT(store);
-  return HandOut(portal_, store);
+  return HandOut(Held<IPortalStore>(StoreId::kPortal), store);
 }
 
 HRESULT CStoreModule::GetGroupStore(IWEZGroupStore** store, LONG kind) {
   VK_CHECK_OUT(store);
   if (kind < 1 || kind > 6) return S_OK;
-  IWEZGroupStore* held = GroupStore(kind);
+  IWEZGroupStore* held = Held<IWEZGroupStore>(GroupRow(kind)->id);
   if (held == nullptr) {
     VK_REPORT_ASSERT();
     return E_FAIL;
@@ -515,22 +386,22 @@ HRESULT CStoreModule::GetGroupStore(IWEZGroupStore** store, LONG kind) {
 
 HRESULT CStoreModule::GetProfileProStore(IWEZProfileProStore** store) {
   VK_CHECK_OUT(store);
-  return HandOutHeld(buddy_profile_, store);
+  return HandOutHeld(Held<IWEZProfileProStore>(StoreId::kBuddyProfiles), store);
 }
 
 HRESULT CStoreModule::GetUserGrid(IUserGrid** store) {
   VK_CHECK_OUT(store);
-  return HandOutHeld(user_grid_, store);
+  return HandOutHeld(Held<IUserGrid>(StoreId::kUserGrid), store);
 }
 
 HRESULT CStoreModule::GetKeyDeptsStore(IKeyDepts** store) {
   VK_CHECK_OUT(store);
-  return HandOutHeld(key_depts_, store);
+  return HandOutHeld(Held<IKeyDepts>(StoreId::kKeyDepts), store);
 }
 
 HRESULT CStoreModule::GetDeptLeader(IDeptLeader** store) {
   VK_CHECK_OUT(store);
-  return HandOutHeld(dept_leader_, store);
+  return HandOutHeld(Held<IDeptLeader>(StoreId::kDeptLeader), store);
 }
 
 HRESULT CStoreModule::NotifyOrgStructStatus(LONG status) {
@@ -547,56 +418,29 @@ HRESULT CStoreModule::NotifyUserListStatus(LONG status) {
 
 HRESULT CStoreModule::GetRevertDialogStore(IRevertDialogStore** store) {
   VK_CHECK_OUT(store);
-  return HandOutHeld(revert_dialogs_, store);
+  return HandOutHeld(Held<IRevertDialogStore>(StoreId::kRevertDialogs), store);
 }
 
 HRESULT CStoreModule::GetLocalOffMsgStore(ILocalOffMsgStore** store) {
   VK_CHECK_OUT(store);
-  return HandOut(offline_messages_, store);
+  return HandOut(Held<ILocalOffMsgStore>(StoreId::kOffMsgs), store);
 }
 
 // ---- IModuleDiagnostics ------------------------------------------------------------------
 
-std::vector<CStoreModule::StoreRow> CStoreModule::StoreRows() const {
-  // In the order the load creates them, so the first missing row names where it stopped.
-  return {
-      {u"global options", global_options_},
-      {u"user list", user_list_},
-      {u"user grid", user_grid_},
-      {u"key departments", key_depts_},
-      {u"department leaders", dept_leader_},
-      {u"portal", portal_},
-      {u"company groups (1)", group_company_},
-      {u"mobile groups (5)", group_mobile_},
-      {u"external groups (6)", group_external_},
-      {u"recent contacts (3)", group_recent_},
-      {u"frequent contacts (2)", group_friend_},
-      {u"user options", user_options_},
-      {u"user-defined groups (4)", group_user_defined_},
-      {u"profiles", profile_},
-      {u"mobile profiles", mobile_profile_},
-      {u"items", items_},
-      {u"buddy profiles", buddy_profile_},
-      {u"reply-pending dialogs", revert_dialogs_},
-      {u"offline messages", offline_messages_},
-  };
-}
-
+// One row per store, in the catalogue's order: the order the load creates them, so the first
+// missing row names where it stopped.
 HRESULT CStoreModule::GetStoreCount(LONG* count) {
   if (count == nullptr) return E_INVALIDARG;
-  *count = static_cast<LONG>(StoreRows().size());
+  *count = static_cast<LONG>(kStoreCount);
   return S_OK;
 }
 
 HRESULT CStoreModule::GetStoreInfo(LONG index, BSTR* name, LONG* present, BSTR* path) {
-  auto rows = StoreRows();
-  if (index < 0 || static_cast<size_t>(index) >= rows.size()) return E_INVALIDARG;
-  const StoreRow& row = rows[index];
-  auto opened = opened_.find(row.store);
-  if (name != nullptr) *name = SysAllocString(row.name);
-  if (present != nullptr) *present = row.store != nullptr;
-  if (path != nullptr)
-    *path = SysAllocString(opened == opened_.end() ? u"" : opened->second.c_str());
+  if (index < 0 || static_cast<size_t>(index) >= kStoreCount) return E_INVALIDARG;
+  if (name != nullptr) *name = SysAllocString(kStoreCatalog[index].name);
+  if (present != nullptr) *present = stores_[index] != nullptr;
+  if (path != nullptr) *path = SysAllocString(opened_[index].c_str());
   return S_OK;
 }
 

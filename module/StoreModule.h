@@ -4,15 +4,15 @@
 #pragma once
 
 #include <array>
-#include <map>
 #include <string>
-#include <vector>
 
 #include "module/FlushTimer.h"
 #include "module/LivenessMarker.h"
 #include "module/RootEventSink.h"
+#include "module/StoreCatalog.h"
 #include "platform/FileLock.h"
 #include "runtime/AutomationObject.h"
+#include "runtime/ComPtr.h"
 #include "vaultkit/vaultkit.h"
 
 namespace vk {
@@ -29,28 +29,8 @@ class CStoreModule : public AutomationObject<IClientModule, IWEZStore, IModuleDi
   LivenessMarker& Marker() { return marker_; }
   LONG OrgStructReady() const { return org_struct_ready_; }
   LONG UserListReady() const { return user_list_ready_; }
-  // The full paths of the current files, in the order of PathSlot.
-  enum PathSlot {
-    kMobileGroup,
-    kWEZExtGroup,
-    kGroup,
-    kUserList5,
-    kRecentGroup,
-    kFriendGroup,
-    kUserCfg,
-    kUserDefinedGroup,
-    kWEZProfile,
-    kMobileProfile,
-    kWEZExtBuddy,
-    kWEZProfilePro,
-    kUserGrid,
-    kKeyDepts,
-    kLeader,
-    kEPortal,
-    kRevertDialog,
-    kPathCount
-  };
-  const std::u16string& Path(PathSlot slot) const { return paths_[slot]; }
+  // The full path of the store's current file; empty before the store was given one.
+  const std::u16string& Path(StoreId id) const { return paths_[Index(id)]; }
   bool SinkConnected() const { return sink_ != nullptr && sink_->IsConnected(); }
 
   // The periodic and final flush; the tick handler of the flush timer.
@@ -94,48 +74,35 @@ class CStoreModule : public AutomationObject<IClientModule, IWEZStore, IModuleDi
  private:
   // Takes the account folder's lock for this process, or logs who holds it.
   void TakeAccount(const std::u16string& folder, const std::u16string& account);
-  struct StoreRow {
-    const char16_t* name;
-    IUnknown* store;
-  };
-  std::vector<StoreRow> StoreRows() const;
-  // Records the path of a successful opening; answers hr.
-  HRESULT Opened(IUnknown* store, const std::u16string& path, HRESULT hr);
+  static constexpr std::size_t Index(StoreId id) { return static_cast<std::size_t>(id); }
+  // The store held for the row, as the interface the row names; null while missing.
+  template <typename I>
+  I* Held(StoreId id) const {
+    return static_cast<I*>(stores_[Index(id)].get());
+  }
+  // Creates the row's store unless it exists already.
+  HRESULT Create(StoreId id);
+  // Opens the row's store on its current path; a missing store fails with E_FAIL. Records
+  // the path of a successful opening.
+  HRESULT Open(StoreId id);
   HRESULT TakeSiteAndRoot(IUnknown* site);
   HRESULT CreateStores();
   HRESULT OpenDefaultAccountStores();
   HRESULT OpenAccountStores();
   void ReadinessCheck(const char16_t* text);
-  IWEZGroupStore*& GroupStore(LONG kind);
 
   // Declared first so that it is cleared last, after every other member is gone.
   LivenessMarker marker_;
   FlushTimer flush_timer_;
-  IWEZGroupStore* group_company_ = nullptr;   // kind 1
-  IWEZGroupStore* group_mobile_ = nullptr;    // kind 5
-  IWEZGroupStore* group_external_ = nullptr;  // kind 6
-  IUserList* user_list_ = nullptr;
-  IMobileProfileStore* mobile_profile_ = nullptr;
-  IWEZProfileStore* profile_ = nullptr;
-  IWEZItemStore* items_ = nullptr;
-  IWEZGroupStore* group_friend_ = nullptr;        // kind 2
-  IWEZGroupStore* group_user_defined_ = nullptr;  // kind 4
-  IWEZGroupStore* group_recent_ = nullptr;        // kind 3
-  IOptionStore* global_options_ = nullptr;
-  IOptionStore* user_options_ = nullptr;
-  IWEZProfileProStore* buddy_profile_ = nullptr;
-  IUserGrid* user_grid_ = nullptr;
-  IKeyDepts* key_depts_ = nullptr;
-  IDeptLeader* dept_leader_ = nullptr;
-  IPortalStore* portal_ = nullptr;
-  IRevertDialogStore* revert_dialogs_ = nullptr;
-  ILocalOffMsgStore* offline_messages_ = nullptr;
-  IClientRoot* root_ = nullptr;
-  IModuleSite* site_ = nullptr;
-  RootEventSink* sink_ = nullptr;
-  std::array<std::u16string, kPathCount> paths_;
+  // One reference per row of the store catalogue, released in the reverse of its holding
+  // order.
+  std::array<ComPtr<IUnknown>, kStoreCount> stores_;
+  ComPtr<IClientRoot> root_;
+  ComPtr<IModuleSite> site_;
+  ComPtr<RootEventSink> sink_;
+  std::array<std::u16string, kStoreCount> paths_;
   // The file each store was last opened on successfully (diagnostics only).
-  std::map<const IUnknown*, std::u16string> opened_;
+  std::array<std::u16string, kStoreCount> opened_;
   LONG org_struct_ready_ = 0;
   LONG user_list_ready_ = 0;
   // This process owns the current account while it holds the account folder's lock; declared
