@@ -37,12 +37,6 @@ std::u16string_view Text(LPCOLESTR text) {
   return text != nullptr ? std::u16string_view(text) : std::u16string_view();
 }
 
-template <typename T>
-void ReleaseRef(T*& object) {
-  if (object != nullptr) object->Release();
-  object = nullptr;
-}
-
 // Creates the folder and every missing level: the first missing prefix starts the creation,
 // and a check that fails for another reason than absence gives up.
 bool CreateAllLevels(std::u16string path) {
@@ -70,18 +64,17 @@ bool CreateAllLevels(std::u16string path) {
 }  // namespace
 
 CLocalOffMsgStore::~CLocalOffMsgStore() {
-  ReleaseRef(root_);
-  ReleaseRef(site_);
+  root_.reset();  // the root before the site that handed it out
 }
 
 HRESULT CLocalOffMsgStore::Init(IUnknown* site) {
   if (site == nullptr) return E_INVALIDARG;
   return VK_QUIET_GUARD({
-    ReleaseRef(site_);
-    ReleaseRef(root_);
-    site->QueryInterface(IID_IModuleSite, reinterpret_cast<void**>(&site_));
+    site_.reset();
+    root_.reset();
+    site->QueryInterface(IID_IModuleSite, reinterpret_cast<void**>(site_.Out()));
     if (site_ == nullptr) throw vk::ComError(E_NOINTERFACE, u"The site has no root object.");
-    Check(site_->get_RootObject(&root_), u"The site has no root object.");
+    Check(site_->get_RootObject(root_.Out()), u"The site has no root object.");
     if (root_ == nullptr) throw vk::ComError(E_POINTER, u"The site has no root object.");
     return S_OK;
   });

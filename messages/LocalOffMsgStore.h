@@ -9,6 +9,7 @@
 #include <string>
 
 #include "runtime/ComObject.h"
+#include "runtime/ComPtr.h"
 #include "vaultkit/ILocalOffMsgStore.h"
 
 namespace vk {
@@ -57,8 +58,8 @@ class CLocalOffMsgStore : public vk::ComObject<ILocalOffMsgStore> {
   // Clears the channel when its index is missing or reads with a DataSum of 0 or less.
   void ClearIfEmpty(const Channel& channel, LONG number);
 
-  IClientRoot* root_ = nullptr;
-  IModuleSite* site_ = nullptr;
+  vk::ComPtr<IClientRoot> root_;
+  vk::ComPtr<IModuleSite> site_;
   std::u16string account_;
   std::u16string data_root_;
   Channel im_;
