@@ -14,7 +14,7 @@ namespace {
 
 // A store through the module, or created by ProgID and opened on `path` by `open`.
 template <typename I, typename Get, typename Open>
-ComRef<I> OpenOn(Host& host, const char16_t* row, Get get, const char16_t* prog_id,
+ComPtr<I> OpenOn(Host& host, const char16_t* row, Get get, const char16_t* prog_id,
                  const std::u16string& path, Open open) {
   HRESULT opened = S_OK;
   I* store = host.Store<I>(row, get, prog_id, [&](I* s) { return opened = open(s); });
@@ -22,12 +22,12 @@ ComRef<I> OpenOn(Host& host, const char16_t* row, Get get, const char16_t* prog_
     throw Failure{FAILED(opened) ? "cannot open " + ToUtf8(path) + ": " + FailureReason(opened)
                                  : "the component has no class " + ToUtf8(prog_id)};
   }
-  return ComRef<I>(store);
+  return ComPtr<I>(store);
 }
 
 // The XML stores and the user list open on (path, root).
 template <typename I, typename Get>
-ComRef<I> OpenWithRoot(Host& host, const char16_t* row, Get get, const char16_t* prog_id,
+ComPtr<I> OpenWithRoot(Host& host, const char16_t* row, Get get, const char16_t* prog_id,
                        const std::string& file) {
   std::u16string path = host.AccountFile(file);
   IUnknown* root = static_cast<IClientRoot*>(host.Root());
@@ -46,45 +46,45 @@ HRESULT InitializeWithBstr(I* store, const std::u16string& path) {
 
 }  // namespace
 
-ComRef<IUserList> OpenUserList(Host& host) {
+ComPtr<IUserList> OpenUserList(Host& host) {
   return OpenWithRoot<IUserList>(
       host, u"user list", [](IWEZStore* m, IUserList** s) { return m->GetUserList(s); },
       u"IUserList", "userList5.dat");
 }
 
-ComRef<IUserGrid> OpenUserGrid(Host& host) {
+ComPtr<IUserGrid> OpenUserGrid(Host& host) {
   return OpenWithRoot<IUserGrid>(
       host, u"user grid", [](IWEZStore* m, IUserGrid** s) { return m->GetUserGrid(s); },
       u"IUserGrid", "UserGrid.xml");
 }
 
-ComRef<IKeyDepts> OpenKeyDepts(Host& host) {
+ComPtr<IKeyDepts> OpenKeyDepts(Host& host) {
   return OpenWithRoot<IKeyDepts>(
       host, u"key departments", [](IWEZStore* m, IKeyDepts** s) { return m->GetKeyDeptsStore(s); },
       u"IKeyDepts", "KeyDepts.xml");
 }
 
-ComRef<IDeptLeader> OpenDeptLeader(Host& host) {
+ComPtr<IDeptLeader> OpenDeptLeader(Host& host) {
   return OpenWithRoot<IDeptLeader>(
       host, u"department leaders",
       [](IWEZStore* m, IDeptLeader** s) { return m->GetDeptLeader(s); }, u"IDeptLeader",
       "Leader.xml");
 }
 
-ComRef<IPortalStore> OpenPortal(Host& host) {
+ComPtr<IPortalStore> OpenPortal(Host& host) {
   return OpenWithRoot<IPortalStore>(
       host, u"portal", [](IWEZStore* m, IPortalStore** s) { return m->GetPortalStore(s); },
       u"IPortalStore", "PortalIcon/EPortal.xml");
 }
 
-ComRef<IWEZItemStore> OpenItemStore(Host& host) {
+ComPtr<IWEZItemStore> OpenItemStore(Host& host) {
   std::u16string path = host.AccountFile("WEZExtBuddy.xml");
   return OpenOn<IWEZItemStore>(
       host, u"items", [](IWEZStore* m, IWEZItemStore** s) { return m->GetItemStore(s); },
       u"IWEZItemStore", path, [&](IWEZItemStore* s) { return InitializeWithBstr(s, path); });
 }
 
-ComRef<IWEZProfileStore> OpenProfiles(Host& host) {
+ComPtr<IWEZProfileStore> OpenProfiles(Host& host) {
   // Without an account, the default folder the module opens this store on at load.
   std::u16string path = host.HasAccount() ? host.AccountFile("WEZProfile.dat")
                                           : FromUtf8(host.DataRoot() + "Accounts/0/WEZProfile.dat");
@@ -93,7 +93,7 @@ ComRef<IWEZProfileStore> OpenProfiles(Host& host) {
       u"IWEZProfileStore", path, [&](IWEZProfileStore* s) { return s->Initialize(path.c_str()); });
 }
 
-ComRef<IWEZProfileProStore> OpenBuddyProfiles(Host& host) {
+ComPtr<IWEZProfileProStore> OpenBuddyProfiles(Host& host) {
   std::u16string path = host.AccountFile("WEZProfilePro.dat");
   return OpenOn<IWEZProfileProStore>(
       host, u"buddy profiles",
@@ -102,7 +102,7 @@ ComRef<IWEZProfileProStore> OpenBuddyProfiles(Host& host) {
       [&](IWEZProfileProStore* s) { return InitializeWithBstr(s, path); });
 }
 
-ComRef<IMobileProfileStore> OpenMobileProfile(Host& host) {
+ComPtr<IMobileProfileStore> OpenMobileProfile(Host& host) {
   std::u16string path = host.AccountFile("MobileProfile.xml");
   return OpenOn<IMobileProfileStore>(
       host, u"mobile profiles",
@@ -111,7 +111,7 @@ ComRef<IMobileProfileStore> OpenMobileProfile(Host& host) {
       [&](IMobileProfileStore* s) { return s->Initialize(path.c_str()); });
 }
 
-ComRef<IRevertDialogStore> OpenRevertDialogs(Host& host) {
+ComPtr<IRevertDialogStore> OpenRevertDialogs(Host& host) {
   std::u16string path = host.AccountFile("RevertDialog.xml");
   IUnknown* root = static_cast<IClientRoot*>(host.Root());
   return OpenOn<IRevertDialogStore>(
@@ -126,7 +126,7 @@ ComRef<IRevertDialogStore> OpenRevertDialogs(Host& host) {
       });
 }
 
-ComRef<ILocalOffMsgStore> OpenOffMsgs(Host& host) {
+ComPtr<ILocalOffMsgStore> OpenOffMsgs(Host& host) {
   if (!host.HasAccount()) throw UsageError{"offline messages need --account NAME"};
   // The module hands the store out without opening it; the client opens it.
   ILocalOffMsgStore* store = nullptr;
@@ -136,8 +136,8 @@ ComRef<ILocalOffMsgStore> OpenOffMsgs(Host& host) {
         host.CreateByProgId(u"ILocalOffMsgStore", IID_ILocalOffMsgStore));
   }
   if (store == nullptr) throw Failure{"the component has no class ILocalOffMsgStore"};
-  ComRef<ILocalOffMsgStore> held(store);
-  ComRef<ModuleSite> site(new ModuleSite(host.Root()));
+  ComPtr<ILocalOffMsgStore> held(store);
+  ComPtr<ModuleSite> site(new ModuleSite(host.Root()));
   HRESULT hr = store->Init(static_cast<IModuleSite*>(site.get()));
   if (SUCCEEDED(hr)) hr = store->OpenAccount();
   if (FAILED(hr)) {
@@ -147,7 +147,7 @@ ComRef<ILocalOffMsgStore> OpenOffMsgs(Host& host) {
   return held;
 }
 
-ComRef<IWEZGroupStore> OpenGroupStore(Host& host, LONG kind) {
+ComPtr<IWEZGroupStore> OpenGroupStore(Host& host, LONG kind) {
   static const char16_t* const kRows[] = {u"company groups (1)",  u"frequent contacts (2)",
                                           u"recent contacts (3)", u"user-defined groups (4)",
                                           u"mobile groups (5)",   u"external groups (6)"};
@@ -191,7 +191,7 @@ ComRef<IWEZGroupStore> OpenGroupStore(Host& host, LONG kind) {
     store->Release();
     throw Failure{"cannot open the group database " + ToUtf8(path)};
   }
-  return ComRef<IWEZGroupStore>(store);
+  return ComPtr<IWEZGroupStore>(store);
 }
 
 std::string StatusName(HRESULT hr) {

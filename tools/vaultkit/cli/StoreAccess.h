@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/vaultkit/cli/ComRef.h"
+#include "runtime/ComPtr.h"
 #include "tools/vaultkit/cli/Command.h"
 #include "vaultkit/vaultkit.h"
 
@@ -15,23 +15,23 @@ namespace vk::cli {
 
 class Host;
 
-ComRef<IUserList> OpenUserList(Host& host);
-ComRef<IUserGrid> OpenUserGrid(Host& host);
-ComRef<IKeyDepts> OpenKeyDepts(Host& host);
-ComRef<IDeptLeader> OpenDeptLeader(Host& host);
-ComRef<IPortalStore> OpenPortal(Host& host);
-ComRef<IWEZItemStore> OpenItemStore(Host& host);
-ComRef<IMobileProfileStore> OpenMobileProfile(Host& host);
-ComRef<IRevertDialogStore> OpenRevertDialogs(Host& host);
+ComPtr<IUserList> OpenUserList(Host& host);
+ComPtr<IUserGrid> OpenUserGrid(Host& host);
+ComPtr<IKeyDepts> OpenKeyDepts(Host& host);
+ComPtr<IDeptLeader> OpenDeptLeader(Host& host);
+ComPtr<IPortalStore> OpenPortal(Host& host);
+ComPtr<IWEZItemStore> OpenItemStore(Host& host);
+ComPtr<IMobileProfileStore> OpenMobileProfile(Host& host);
+ComPtr<IRevertDialogStore> OpenRevertDialogs(Host& host);
 // The offline message store as the client opens it: Init with a site, then OpenAccount.
-ComRef<ILocalOffMsgStore> OpenOffMsgs(Host& host);
+ComPtr<ILocalOffMsgStore> OpenOffMsgs(Host& host);
 // Without --account, the profile store of the default folder "0".
-ComRef<IWEZProfileStore> OpenProfiles(Host& host);
-ComRef<IWEZProfileProStore> OpenBuddyProfiles(Host& host);
+ComPtr<IWEZProfileStore> OpenProfiles(Host& host);
+ComPtr<IWEZProfileProStore> OpenBuddyProfiles(Host& host);
 // The group store of `kind` (1 to 6) on the account's file, or without an account on the
 // default folder "0" where the module's load opens it. For the company tree the module's user
 // list, which answers its member queries, is opened on the account's directory first.
-ComRef<IWEZGroupStore> OpenGroupStore(Host& host, LONG kind);
+ComPtr<IWEZGroupStore> OpenGroupStore(Host& host, LONG kind);
 
 // Reads a status as the operation's contract gives it: a status in `success` is success
 // (kExitOk); any other prints "vaultkit: <what> failed: <why>" on stderr and returns

@@ -117,7 +117,7 @@ int BuddiesCommand::Run(Host& host, const std::vector<std::string>& all) {
   }
   const std::string &action = args[0], &account = args[1];
   std::vector<std::string> rest(args.begin() + 2, args.end());
-  ComRef<IWEZProfileProStore> store = OpenBuddyProfiles(host);
+  ComPtr<IWEZProfileProStore> store = OpenBuddyProfiles(host);
   if (action == "get" && rest.size() <= 1) {
     return rest.empty() ? GetAll(store.get(), account, false, json)
                         : GetOne(store.get(), account, rest[0], json);

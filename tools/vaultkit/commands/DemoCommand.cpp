@@ -121,7 +121,7 @@ int DemoCommand::Run(Host& host, const std::vector<std::string>& args) {
 
     Banner("The user grid: changes wait in memory for the flush");
     {
-      ComRef<IUserGrid> grid = OpenUserGrid(host);
+      ComPtr<IUserGrid> grid = OpenUserGrid(host);
       std::string file = host.DataRoot() + "Accounts/" + host.Account() + "/UserGrid.xml";
       grid->SetGrid(u"zhangsan", 42);
       std::printf("SetGrid(zhangsan, 42) done; %s before the flush:\n", file.c_str());
@@ -202,7 +202,7 @@ int DemoCommand::Run(Host& host, const std::vector<std::string>& args) {
                 ToUtf8(legacy).c_str());
     {
       // Opening the store (as the account change does) takes the file in and renames it.
-      ComRef<IWEZGroupStore> own = OpenGroupStore(host, VK_GROUP_USER_DEFINED);
+      ComPtr<IWEZGroupStore> own = OpenGroupStore(host, VK_GROUP_USER_DEFINED);
       own->Initialize(host.AccountFile("UserDefinedGroup.dat").c_str(), VK_GROUP_USER_DEFINED);
     }
     std::printf("%s now: %s; %s.bak: %s\n", ToUtf8(legacy).c_str(),

@@ -151,7 +151,7 @@ int DialogsCommand::Run(Host& host, const std::vector<std::string>& all) {
   if (args.empty()) throw UsageError{"dialogs needs an action: list, add, remove, ..."};
   const std::string& action = args[0];
   std::vector<std::string> rest(args.begin() + 1, args.end());
-  ComRef<IRevertDialogStore> store = OpenRevertDialogs(host);
+  ComPtr<IRevertDialogStore> store = OpenRevertDialogs(host);
   if (action == "list" && rest.empty()) return List(store.get(), json);
   if (action == "switches" && rest.empty()) return Switches(store.get(), json);
   if (action == "add" && (rest.size() == 4 || rest.size() == 5)) {

@@ -64,7 +64,7 @@ int GridCommand::Run(Host& host, const std::vector<std::string>& all) {
   std::vector<std::string> args = all;
   bool json = TakeFlag(args, "--json");
   if (args.empty()) throw UsageError{"grid needs an action: get, set, list, clear or version"};
-  ComRef<IUserGrid> grid = OpenUserGrid(host);
+  ComPtr<IUserGrid> grid = OpenUserGrid(host);
   const std::string& action = args[0];
   std::vector<std::string> rest(args.begin() + 1, args.end());
   if (action == "get" && rest.size() == 1) {

@@ -221,7 +221,7 @@ int GroupsCommand::Run(Host& host, const std::vector<std::string>& all) {
     throw UsageError{"unknown groups action '" + action + "' (see vaultkit groups --help)"};
   const LONG id = rest.empty() ? 0 : ParseInt32(rest[0], action == "add" ? "PARENT" : "ID");
 
-  ComRef<IWEZGroupStore> store = OpenGroupStore(host, kind);
+  ComPtr<IWEZGroupStore> store = OpenGroupStore(host, kind);
   HRESULT hr = S_OK;
   if (action == "tree") return Tree(store.get(), kind, json);
   if (action == "members") return Members(store.get(), kind, id, json);

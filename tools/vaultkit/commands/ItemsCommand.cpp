@@ -114,7 +114,7 @@ int ItemsCommand::Run(Host& host, const std::vector<std::string>& all) {
   }
   if (action == "set" && records.empty()) throw UsageError{"items set needs ID=VALUE fields"};
 
-  ComRef<IWEZItemStore> store = OpenItemStore(host);
+  ComPtr<IWEZItemStore> store = OpenItemStore(host);
   std::u16string first = rest.empty() ? u"" : FromUtf8(rest[0]);
   LONG count = static_cast<LONG>(records.size());
   if (action == "set" || action == "delete" || action == "delete-fields") {

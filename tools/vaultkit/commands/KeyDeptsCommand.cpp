@@ -67,7 +67,7 @@ int KeyDeptsCommand::Run(Host& host, const std::vector<std::string>& all) {
   std::vector<std::string> args = all;
   bool json = TakeFlag(args, "--json");
   if (args.empty()) throw UsageError{"keydepts needs an action: get, set, list, reset-if-expired"};
-  ComRef<IKeyDepts> store = OpenKeyDepts(host);
+  ComPtr<IKeyDepts> store = OpenKeyDepts(host);
   const std::string& action = args[0];
   std::vector<std::string> rest(args.begin() + 1, args.end());
   if (action == "get" && rest.size() == 1) {

@@ -60,7 +60,7 @@ int LeaderCommand::Run(Host& host, const std::vector<std::string>& all) {
   std::vector<std::string> args = all;
   bool json = TakeFlag(args, "--json");
   if (args.empty()) throw UsageError{"leader needs an action: get, set, list, delete, ..."};
-  ComRef<IDeptLeader> store = OpenDeptLeader(host);
+  ComPtr<IDeptLeader> store = OpenDeptLeader(host);
   const std::string& action = args[0];
   std::vector<std::string> rest(args.begin() + 1, args.end());
   if (action == "get" && rest.size() == 1) {

@@ -96,7 +96,7 @@ int MobileCommand::Run(Host& host, const std::vector<std::string>& all) {
   MobileProfileItem entry{};
   if (action == "add") entry = EntryArguments(rest);
 
-  ComRef<IMobileProfileStore> store = OpenMobileProfile(host);
+  ComPtr<IMobileProfileStore> store = OpenMobileProfile(host);
   if (action == "add") {
     int status = Report("AddItem", store->AddItem(&entry));
     if (status == kExitOk) std::printf("%s\n", FieldUtf8(entry.Name).c_str());

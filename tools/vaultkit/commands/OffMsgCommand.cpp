@@ -23,8 +23,8 @@ class OffMsgCommand : public Command {
 namespace {
 
 // The items of a data list handed back in a variant; the variant is cleared.
-std::vector<ComRef<IDataItem>> Items(VARIANT& list) {
-  std::vector<ComRef<IDataItem>> items;
+std::vector<ComPtr<IDataItem>> Items(VARIANT& list) {
+  std::vector<ComPtr<IDataItem>> items;
   if (list.vt == VT_DISPATCH && list.u.pdispVal != nullptr) {
     auto* data = static_cast<IDataList*>(list.u.pdispVal);
     LONG count = 0;
@@ -54,7 +54,7 @@ int List(ILocalOffMsgStore* store, bool json) {
   VARIANT list;
   VariantInit(&list);
   HRESULT hr = store->GetIndexes(&list);
-  std::vector<ComRef<IDataItem>> items = Items(list);
+  std::vector<ComPtr<IDataItem>> items = Items(list);
   if (int status = Report("GetIndexes", hr); status != kExitOk) return status;
   Json all = Json::array();
   Table table({"conversation", "count", "created", "actor", "type", "title", "session"});
@@ -86,7 +86,7 @@ int Show(ILocalOffMsgStore* store, const std::string& id, bool json) {
   VARIANT list;
   VariantInit(&list);
   HRESULT hr = store->GetOffMsgByID(wide.c_str(), &list);
-  std::vector<ComRef<IDataItem>> items = Items(list);
+  std::vector<ComPtr<IDataItem>> items = Items(list);
   if (int status = Report("GetOffMsgByID", hr); status != kExitOk) return status;
   if (items.empty()) throw NotFound{"no readable offline message " + id};
   Json all = Json::array();
@@ -161,7 +161,7 @@ int OffMsgCommand::Run(Host& host, const std::vector<std::string>& all) {
     if (!host.HasAccount()) throw UsageError{"offline messages need --account NAME"};
     return Generate(host, rest);
   }
-  ComRef<ILocalOffMsgStore> store = OpenOffMsgs(host);
+  ComPtr<ILocalOffMsgStore> store = OpenOffMsgs(host);
   if (action == "list" && rest.empty()) return List(store.get(), json);
   if (action == "show" && rest.size() == 1) return Show(store.get(), rest[0], json);
   if (action == "delete" && rest.size() == 1) {

@@ -150,7 +150,7 @@ int PortalCommand::Run(Host& host, const std::vector<std::string>& all) {
     }
     host.Root()->SetLanguage(language);
   }
-  ComRef<IPortalStore> portal = OpenPortal(host);
+  ComPtr<IPortalStore> portal = OpenPortal(host);
   if (action == "show") {
     if (!json) return Show(portal.get(), language);
     PrintJson(ShowJson(portal.get(), language));

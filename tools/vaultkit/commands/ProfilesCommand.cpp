@@ -150,7 +150,7 @@ int ProfilesCommand::Run(Host& host, const std::vector<std::string>& all) {
   }
   const std::string& action = args[0];
   std::vector<std::string> rest(args.begin() + 1, args.end());
-  ComRef<IWEZProfileStore> store = OpenProfiles(host);
+  ComPtr<IWEZProfileStore> store = OpenProfiles(host);
   if (action == "get" && rest.size() == 1) {
     ProfileInfo p = Find(store.get(), rest[0]);
     json ? PrintJson(ToJson(p)) : Print({p}, false);

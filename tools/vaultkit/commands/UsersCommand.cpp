@@ -291,7 +291,7 @@ int UsersCommand::Run(Host& host, const std::vector<std::string>& all) {
       throw UsageError{"wrong number of arguments for users " + action};
     }
   };
-  ComRef<IUserList> users = OpenUserList(host);
+  ComPtr<IUserList> users = OpenUserList(host);
   if (action == "import") {
     need(1, 1);
     return Import(host, users.get(), rest[0], json);
