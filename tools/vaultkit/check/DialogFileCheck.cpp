@@ -1,6 +1,6 @@
 #include "tools/vaultkit/check/DialogFileCheck.h"
 
-#include "messages/DialogSwitches.h"
+#include "storage/DialogSwitches.h"
 #include "platform/Text.h"
 #include "storage/Markup.h"
 #include "tools/vaultkit/check/CheckedFile.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "messages/OffMsgIndexScan.h"
+#include "storage/OffMsgIndexScan.h"
 #include "platform/Compression.h"
 #include "platform/Files.h"
 #include "platform/Text.h"

@@ -106,6 +106,9 @@ int Show(ILocalOffMsgStore* store, const std::string& id, bool json) {
   return kExitOk;
 }
 
+// The channel files come from the client's network side, not from the store, whose interface
+// only reads and deletes them; so the command writes them as the tests do, through the shared
+// sample writer, which stands on the platform layer alone and is no part of any store.
 int Generate(Host& host, std::vector<std::string> args) {
   int32_t conversations = ParseInt32(TakeOption(args, "--conversations", "3"), "N");
   int32_t records = ParseInt32(TakeOption(args, "--records", "6"), "M");

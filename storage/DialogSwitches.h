@@ -1,6 +1,7 @@
 // The five reply switches on a dialog file's Dialogroot element and the values each may
 // take. The dialog store replaces a file with any other value when it opens it, and
-// `vaultkit check` names the switch that makes it do so.
+// `vaultkit check` names the switch that makes it do so. Kept in the storage layer so the
+// check shares the rule without linking the dialog store.
 #pragma once
 
 #include <string>

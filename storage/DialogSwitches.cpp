@@ -1,4 +1,4 @@
-#include "messages/DialogSwitches.h"
+#include "storage/DialogSwitches.h"
 
 #include <algorithm>
 #include <initializer_list>

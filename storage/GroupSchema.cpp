@@ -1,4 +1,4 @@
-#include "groups/GroupSchema.h"
+#include "storage/GroupSchema.h"
 
 namespace vk {
 

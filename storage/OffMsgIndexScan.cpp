@@ -1,4 +1,4 @@
-#include "messages/OffMsgIndexScan.h"
+#include "storage/OffMsgIndexScan.h"
 
 #include <libxml/parser.h>
 #include <libxml/parserInternals.h>

@@ -1,4 +1,4 @@
-#include "org/UserListSchema.h"
+#include "storage/UserListSchema.h"
 
 namespace vk {
 

@@ -1,6 +1,8 @@
 // Reads an index file in one pass without building a tree, for the operations that only
 // read it: the root's attributes, then those of each OffMsgRec child in file order. A
-// channel of 10,000 records reads in a fraction of the time a document takes to build.
+// channel of 10,000 records reads in a fraction of the time a document takes to build. It sits
+// in the storage layer, not with the offline store, so `vaultkit check` reads an index exactly
+// as the store does without linking the store.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,6 @@
 // The user list database: its schema and its statements in preparation order.
+// It sits in the storage layer, beside the database helper, so `vaultkit check` examines a file
+// against the very schema the store opens it with, without linking the store.
 #pragma once
 
 #include "storage/SqlStore.h"
