@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "groups/GroupSchema.h"
+#include "storage/GroupSchema.h"
 #include "platform/Assert.h"
 #include "platform/Log.h"
 #include "platform/Text.h"

@@ -4,7 +4,7 @@
 #include <iterator>
 
 #include "groups/GroupIdText.h"
-#include "groups/GroupSchema.h"
+#include "storage/GroupSchema.h"
 
 namespace vk {
 

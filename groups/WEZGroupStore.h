@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "groups/GroupSchema.h"
+#include "storage/GroupSchema.h"
 #include "runtime/ComObject.h"
 #include "storage/SqlStore.h"
 #include "vaultkit/IUserList.h"

@@ -5,7 +5,7 @@
 
 #include "messages/OffMsgConversations.h"
 #include "messages/OffMsgIndex.h"
-#include "messages/OffMsgIndexScan.h"
+#include "storage/OffMsgIndexScan.h"
 #include "platform/Assert.h"
 #include "platform/Compression.h"
 #include "platform/Files.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <ctime>
 
-#include "messages/DialogSwitches.h"
+#include "storage/DialogSwitches.h"
 #include "platform/Files.h"
 #include "platform/Log.h"
 #include "platform/Text.h"

@@ -5,7 +5,7 @@
 #include <system_error>
 #include <thread>
 
-#include "org/UserListSchema.h"
+#include "storage/UserListSchema.h"
 #include "platform/Files.h"
 #include "platform/Py.h"
 #include "runtime/ComObject.h"

@@ -8,7 +8,7 @@
 #include "org/SearchListReader.h"
 #include "org/UserListFolderLock.h"
 #include "org/UserListImport.h"
-#include "org/UserListSchema.h"
+#include "storage/UserListSchema.h"
 #include "platform/Assert.h"
 #include "platform/Files.h"
 #include "platform/Log.h"

@@ -257,6 +257,22 @@ grep -i "^progid Vaultkit.StoreModule" "$VAULTKIT_REGISTRY" >>"$work/old-registr
 VAULTKIT_REGISTRY="$work/old-registry" "$vaultkit" --data-root "$d" status >/dev/null
 check "an older registry gains the newer classes" grep -q "^progid IWEZGroupStore" "$work/old-registry"
 
+# run: loads the component for the account, pumps the loop for N seconds and unloads.
+r=(--data-root "$work/r" --account bob)
+ran=$("$vaultkit" "${r[@]}" run --seconds 1); code=$?
+check "run pumps for the time asked and ends (0)" \
+  test "$code:$(head -1 <<<"$ran"):$(tail -1 <<<"$ran")" = "0:pumping the message loop for 1 s:done"
+check "run opened the account's stores" test -s "$work/r/Accounts/bob/UserGrid.xml"
+check "run leaves the account to the next owner" test ! -s "$work/r/Accounts/bob/vaultkit.lock"
+before=$(cat "$work/r/Accounts/bob/"*.xml | md5sum)
+for bad in "" "--seconds" "--seconds 0" "--seconds 86401" "--seconds 1.5" "--seconds x" \
+  "--minutes 1" "--seconds 1 --seconds 1"; do
+  # shellcheck disable=SC2086
+  check "run $bad exits 2" test "$(exit_code "$vaultkit" "${r[@]}" run $bad)" = 2
+done
+check "a refused run leaves the account's files as they were" \
+  test "$(cat "$work/r/Accounts/bob/"*.xml | md5sum)" = "$before"
+
 demo=$(cd "$work" && "$vaultkit" demo 2>&1)
 check "the demo runs to its end" grep -q "demo finished$" <<<"$demo"
 check "the demo's flush ran twice" grep -q "2 flushes" <<<"$demo"

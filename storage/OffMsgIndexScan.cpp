@@ -1,0 +1,110 @@
+#include "storage/OffMsgIndexScan.h"
+
+#include <libxml/parser.h>
+#include <libxml/parserInternals.h>
+
+#include <cstring>
+
+#include "platform/Files.h"
+#include "platform/Text.h"
+#include "storage/LeadingDigits.h"
+#include "storage/XmlErrorTrap.h"
+#include "storage/XmlParsePolicy.h"
+
+namespace vk {
+namespace {
+
+struct ScanState {
+  const OffMsgIndexScan::Visit* on_root;
+  const OffMsgIndexScan::Visit* on_record;
+  int depth = 0;
+  bool root_ok = false;
+};
+
+bool Named(const xmlChar* name, const char* expected) {
+  return std::strcmp(reinterpret_cast<const char*>(name), expected) == 0;
+}
+
+// The parser is its own user data (so the entity policy can stop it); the scan's state
+// rides in its private pointer.
+ScanState* StateOf(void* context) {
+  return static_cast<ScanState*>(static_cast<xmlParserCtxtPtr>(context)->_private);
+}
+
+void StartElement(void* context, const xmlChar* name, const xmlChar*, const xmlChar*, int,
+                  const xmlChar**, int attribute_count, int, const xmlChar** attributes) {
+  ScanState* state = StateOf(context);
+  int depth = state->depth++;
+  if (depth == 0) {
+    state->root_ok = Named(name, "OffMsgIndexData");
+    if (state->root_ok) (*state->on_root)(OffMsgAttributes(attributes, attribute_count));
+  } else if (depth == 1 && state->root_ok && Named(name, "OffMsgRec")) {
+    (*state->on_record)(OffMsgAttributes(attributes, attribute_count));
+  }
+}
+
+void EndElement(void* context, const xmlChar*, const xmlChar*, const xmlChar*) {
+  --StateOf(context)->depth;
+}
+
+}  // namespace
+
+std::optional<std::u16string> OffMsgAttributes::Get(std::string_view name) const {
+  // Five entries per attribute: local name, prefix, namespace, value start, value end.
+  for (int i = 0; i < count_; ++i) {
+    const unsigned char** entry = attributes_ + 5 * i;
+    if (name == reinterpret_cast<const char*>(entry[0]) && entry[1] == nullptr) {
+      std::string_view raw(reinterpret_cast<const char*>(entry[3]),
+                           static_cast<size_t>(entry[4] - entry[3]));
+      // The parser hands an escaped ampersand on as "&#38;" (every other reference comes
+      // decoded), so that one is left to undo.
+      std::string value;
+      value.reserve(raw.size());
+      for (size_t at = 0; at < raw.size();) {
+        bool ampersand = raw.substr(at).starts_with("&#38;");
+        value += ampersand ? '&' : raw[at];
+        at += ampersand ? 5 : 1;
+      }
+      return FromUtf8(value);
+    }
+  }
+  return std::nullopt;
+}
+
+int32_t OffMsgAttributes::Int(std::string_view name) const {
+  return ParseLeadingDigits(Get(name));
+}
+
+bool OffMsgIndexScan::Scan(std::u16string_view path, const Visit& on_root, const Visit& on_record) {
+  xmlInitParser();
+  XmlErrorTrap trap;
+  xmlSAXHandler sax{};
+  sax.initialized = XML_SAX2_MAGIC;
+  sax.startElementNs = &StartElement;
+  sax.endElementNs = &EndElement;
+  XmlParsePolicy::RefuseEntities(&sax);
+  ScanState state{&on_root, &on_record};
+  xmlParserCtxtPtr parser = xmlCreatePushParserCtxt(&sax, nullptr, nullptr, 0, nullptr);
+  if (parser == nullptr) return false;
+  parser->_private = &state;
+  // The files are in the ANSI code page whatever their declaration says.
+  xmlCtxtUseOptions(parser, XmlParsePolicy::kOptions | XML_PARSE_IGNORE_ENC);
+  xmlCharEncodingHandlerPtr gbk = xmlFindCharEncodingHandler("GBK");
+  // The file goes to the parser in chunks as it is read: handed over whole, an index of ten
+  // million bytes or more (some 62,000 records) would exceed the parser's lookahead limit
+  // and read as damaged.
+  bool ok = gbk != nullptr && xmlSwitchToEncoding(parser, gbk) == 0 &&
+            ReadFileInChunks(path,
+                             [&](std::string_view chunk) {
+                               return xmlParseChunk(parser, chunk.data(),
+                                                    static_cast<int>(chunk.size()), 0) == 0;
+                             }) &&
+            xmlParseChunk(parser, nullptr, 0, 1) == 0 && parser->wellFormed != 0 && state.root_ok;
+  // A document type declaration makes the parser build a document of its own to hold the
+  // declared entities; the parser leaves freeing it to its caller.
+  if (parser->myDoc != nullptr) xmlFreeDoc(parser->myDoc);
+  xmlFreeParserCtxt(parser);
+  return ok;
+}
+
+}  // namespace vk

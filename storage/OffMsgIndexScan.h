@@ -1,0 +1,42 @@
+// Reads an index file in one pass without building a tree, for the operations that only
+// read it: the root's attributes, then those of each OffMsgRec child in file order. A
+// channel of 10,000 records reads in a fraction of the time a document takes to build. It sits
+// in the storage layer, not with the offline store, so `vaultkit check` reads an index exactly
+// as the store does without linking the store.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace vk {
+
+// The attributes of one element while the scan is at it.
+class OffMsgAttributes {
+ public:
+  OffMsgAttributes(const unsigned char** attributes, int count)
+      : attributes_(attributes), count_(count) {}
+  // Absent: none.
+  std::optional<std::u16string> Get(std::string_view name) const;
+  // Absent reads as empty.
+  std::u16string Text(std::string_view name) const { return Get(name).value_or(u""); }
+  // The leading-digits integer; absent reads as 0.
+  int32_t Int(std::string_view name) const;
+
+ private:
+  const unsigned char** attributes_;
+  int count_;
+};
+
+class OffMsgIndexScan {
+ public:
+  using Visit = std::function<void(const OffMsgAttributes&)>;
+  // False when the file cannot be read, is not well-formed in the ANSI code page (GBK), or
+  // its root is not OffMsgIndexData; what was visited before the fault showed is not to be
+  // trusted then.
+  static bool Scan(std::u16string_view path, const Visit& on_root, const Visit& on_record);
+};
+
+}  // namespace vk

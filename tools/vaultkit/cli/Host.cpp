@@ -1,0 +1,169 @@
+#include "tools/vaultkit/cli/Host.h"
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include "client/ModuleSite.h"
+#include "platform/Files.h"
+#include "platform/Text.h"
+#include "tools/vaultkit/cli/Command.h"
+#include "tools/vaultkit/cli/InstallLayout.h"
+
+namespace vk::cli {
+namespace {
+
+std::string Hex(HRESULT hr) {
+  char text[16];
+  std::snprintf(text, sizeof text, "0x%08X", static_cast<unsigned>(hr));
+  return text;
+}
+
+}  // namespace
+
+Host::Host(std::string data_root, std::string account)
+    : data_root_(std::move(data_root)), account_(std::move(account)) {
+  std::error_code ec;
+  if (std::filesystem::exists(data_root_, ec) && !std::filesystem::is_directory(data_root_, ec)) {
+    throw UsageError{"--data-root " + data_root_ + " is not a folder"};
+  }
+  // Created private, like every folder the component makes in it.
+  if (!CreateFolders(FromUtf8(data_root_))) {
+    throw Failure{"cannot create the data root " + data_root_ + ": " + std::strerror(errno)};
+  }
+  auto absolute = std::filesystem::absolute(data_root_, ec);
+  if (!ec) data_root_ = absolute.lexically_normal().string();
+  if (data_root_.empty() || data_root_.back() != '/') data_root_ += '/';
+  setenv("VAULTKIT_DATA_ROOT", data_root_.c_str(), 1);
+  // Where this run's lines of the client log begin.
+  log_start_ = std::filesystem::file_size(data_root_ + "vaultkit.log", ec);
+  if (ec) log_start_ = 0;
+  root_ = new ClientRoot();
+  root_->SetDataFolder(FromUtf8(data_root_));
+  root_->SetAccount(FromUtf8(account_));
+}
+
+Host::~Host() {
+  if (module_ != nullptr && SUCCEEDED(load_status_)) module_->OnUnload();
+  if (stores_ != nullptr) stores_->Release();
+  if (module_ != nullptr) module_->Release();
+  root_->Release();
+}
+
+// Registers the component unless the registry already sends every class's ProgID to the
+// library this command uses (a registry written by an older build may lack newer classes).
+void Host::EnsureRegistered() {
+  static const char16_t* const kProgIds[] = {
+      VK_PROGID_STORE_MODULE,        VK_PROGID_WEZ_PROFILE_PRO_STORE,
+      VK_PROGID_DEPT_LEADER,         VK_PROGID_KEY_DEPTS,
+      VK_PROGID_LOCAL_OFF_MSG_STORE, VK_PROGID_MOBILE_PROFILE_STORE,
+      VK_PROGID_OPTION_STORE,        VK_PROGID_PORTAL_STORE,
+      VK_PROGID_REVERT_DIALOG_STORE, VK_PROGID_WEZ_GROUP_STORE,
+      VK_PROGID_WEZ_ITEM_STORE,      VK_PROGID_WEZ_PROFILE_STORE,
+      VK_PROGID_USER_GRID,           VK_PROGID_USER_LIST};
+  std::string component = InstallLayout::ComponentPath();
+  char registry[4096] = {};
+  bool registered = SUCCEEDED(VkRegistryPath(registry, sizeof registry));
+  CLSID clsid;
+  for (const char16_t* prog_id : kProgIds) {
+    registered = registered && SUCCEEDED(CLSIDFromProgID(prog_id, &clsid));
+  }
+  if (registered) {
+    std::ifstream in(registry);
+    std::stringstream text;
+    text << in.rdbuf();
+    registered = text.str().find(component) != std::string::npos;
+  }
+  if (registered) return;
+  void* library = dlopen(component.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (library == nullptr) {
+    throw Failure{"cannot load the component " + component + ": " + dlerror()};
+  }
+  auto reg = reinterpret_cast<PFN_DllRegisterServer>(dlsym(library, "DllRegisterServer"));
+  if (reg == nullptr) throw Failure{component + " exports no DllRegisterServer"};
+  reg();
+}
+
+void Host::ClaimAccount(std::chrono::milliseconds wait) {
+  if (!HasAccount()) return;
+  const std::string folder = data_root_ + "Accounts/" + account_;
+  if (!CreateFolders(FromUtf8(folder))) {
+    throw Failure{"cannot create the account folder " + folder + ": " + std::strerror(errno)};
+  }
+  const std::string lock = folder + "/" + kAccountLockFile;
+  if (account_lock_.Take(lock, wait)) {
+    account_lock_.RecordHolder();
+    return;
+  }
+  if (errno != EWOULDBLOCK) throw Failure{"cannot lock " + lock + ": " + std::strerror(errno)};
+  const pid_t holder = FileLock::RecordedHolder(lock);
+  throw Failure{
+      "the account '" + account_ + "' is in use by " +
+      (holder > 0 ? "process " + std::to_string(holder) : std::string("another process")) +
+      "; nothing was changed"};
+}
+
+void Host::Load() {
+  EnsureRegistered();
+  CLSID clsid;
+  HRESULT hr = CLSIDFromProgID(VK_PROGID_STORE_MODULE, &clsid);
+  if (SUCCEEDED(hr)) {
+    hr = CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IClientModule,
+                          reinterpret_cast<void**>(&module_));
+  }
+  if (FAILED(hr) || module_ == nullptr) {
+    throw Failure{"cannot create Vaultkit.StoreModule: " + Hex(hr)};
+  }
+  module_->QueryInterface(IID_IWEZStore, reinterpret_cast<void**>(&stores_));
+  auto* site = new ModuleSite(root_);
+  load_status_ = module_->OnLoad(static_cast<IModuleSite*>(site));
+  site->Release();
+  if (HasAccount()) account_status_ = module_->OnAccountChange();
+}
+
+std::u16string Host::AccountFile(const std::string& relative) const {
+  if (!HasAccount()) throw UsageError{"this command needs --account NAME"};
+  if (!IsPlainName(FromUtf8(account_))) {
+    throw UsageError{"'" + account_ + "' is not an account name"};
+  }
+  return FromUtf8(data_root_ + "Accounts/" + account_ + "/" + relative);
+}
+
+IUnknown* Host::CreateByProgId(const char16_t* prog_id, REFIID riid) {
+  CLSID clsid;
+  void* object = nullptr;
+  if (FAILED(CLSIDFromProgID(prog_id, &clsid)) ||
+      FAILED(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, riid, &object))) {
+    return nullptr;
+  }
+  return static_cast<IUnknown*>(object);
+}
+
+std::u16string Host::OpenedFile(const char16_t* row) const {
+  IModuleDiagnostics* diagnostics = nullptr;
+  if (module_ == nullptr || FAILED(module_->QueryInterface(
+                                IID_IModuleDiagnostics, reinterpret_cast<void**>(&diagnostics)))) {
+    return u"";
+  }
+  std::u16string file;
+  LONG count = 0;
+  diagnostics->GetStoreCount(&count);
+  for (LONG i = 0; i < count; ++i) {
+    BSTR name = nullptr, path = nullptr;
+    diagnostics->GetStoreInfo(i, &name, nullptr, &path);
+    if (name != nullptr && std::u16string(name) == row) file = path == nullptr ? u"" : path;
+    SysFreeString(name);
+    SysFreeString(path);
+  }
+  diagnostics->Release();
+  return file;
+}
+
+}  // namespace vk::cli

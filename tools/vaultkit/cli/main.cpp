@@ -1,0 +1,133 @@
+// vaultkit [--data-root DIR] [--account NAME] COMMAND ...
+// The command-line client of the component: it loads the module as the client does and
+// offers each store's operations as subcommands.
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <stdexcept>
+
+#include "platform/Files.h"
+#include "platform/Text.h"
+#include "tools/vaultkit/cli/Host.h"
+#include "tools/vaultkit/commands/Commands.h"
+
+namespace {
+
+void PrintUsage(const std::vector<std::unique_ptr<vk::cli::Command>>& commands) {
+  std::printf(
+      "usage: vaultkit [--data-root DIR] [--account NAME] [--wait SECONDS] COMMAND [ARGS]\n\n"
+      "The Vaultkit storage component, driven as the client drives it: the command\n"
+      "registers the component if needed, creates the module, loads it on the data root\n"
+      "(default: $VAULTKIT_DATA_ROOT, else $XDG_DATA_HOME/vaultkit, else\n"
+      "~/.local/share/vaultkit; ./demo-data for demo), changes to the account when one is\n"
+      "given, runs COMMAND and unloads.\n\n"
+      "A command that changes an account owns it while it runs: when another process (the\n"
+      "client, another vaultkit) owns it, it waits up to --wait seconds (default 5), then\n"
+      "gives up with exit status 3 and names that process.\n\ncommands:\n");
+  for (const auto& c : commands) std::printf("  %-10s %s\n", c->Name(), c->Summary());
+  std::printf(
+      "\n'vaultkit COMMAND --help' describes a command. Read commands take --json.\n"
+      "Exit status: 0 done, 1 not found, 2 wrong command line, 3 the store or a file\n"
+      "failed (the message says why), 4 check found a damaged file.\n");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  auto commands = vk::cli::AllCommands();
+  std::string data_root, account;
+  bool data_root_given = false;
+  long wait_ms = 5000;  // how long a command that writes waits for the account's owner
+  int i = 1;
+  for (; i < argc; ++i) {
+    std::string arg = argv[i];
+    if ((arg == "--data-root" || arg == "--account" || arg == "--wait") && i + 1 >= argc) {
+      std::fprintf(stderr, "vaultkit: %s needs a value\n", arg.c_str());
+      return vk::cli::kExitUsage;
+    }
+    if (arg == "--data-root") {
+      data_root = argv[++i];
+      data_root_given = true;
+    } else if (arg == "--account") {
+      account = argv[++i];
+      if (!IsPlainName(vk::FromUtf8(account))) {
+        std::fprintf(stderr,
+                     "vaultkit: --account '%s' is not an account name: one folder name below "
+                     "Accounts, without '/' or '\\'\n",
+                     account.c_str());
+        return vk::cli::kExitUsage;
+      }
+    } else if (arg == "--wait") {
+      const std::string value = argv[++i];
+      char* end = nullptr;
+      const long seconds = std::strtol(value.c_str(), &end, 10);
+      if (value.empty() || *end != '\0' || seconds < 0 || seconds > 3600) {
+        std::fprintf(stderr, "vaultkit: --wait takes a number of seconds from 0 to 3600\n");
+        return vk::cli::kExitUsage;
+      }
+      wait_ms = seconds * 1000;
+    } else if (arg == "--help" || arg == "-h") {
+      PrintUsage(commands);
+      return 0;
+    } else if (arg == "--version") {
+      std::printf("vaultkit %s\n", VK_VERSION);
+      return 0;
+    } else if (!arg.empty() && arg[0] == '-') {
+      std::fprintf(stderr, "vaultkit: unknown option %s (see vaultkit --help)\n", arg.c_str());
+      return vk::cli::kExitUsage;
+    } else {
+      break;
+    }
+  }
+  if (i >= argc) {
+    PrintUsage(commands);
+    return vk::cli::kExitUsage;
+  }
+  std::string name = argv[i++];
+  std::vector<std::string> args(argv + i, argv + argc);
+  vk::cli::Command* command = nullptr;
+  for (auto& c : commands) {
+    if (name == c->Name()) command = c.get();
+  }
+  if (command == nullptr) {
+    std::fprintf(stderr, "vaultkit: unknown command '%s' (see vaultkit --help)\n", name.c_str());
+    return vk::cli::kExitUsage;
+  }
+  if (vk::cli::WantsHelp(args)) {
+    std::printf("%s", command->Help());
+    return 0;
+  }
+  if (name == "demo" && account.empty()) account = "alice";
+  if (!data_root_given) {
+    const char* env = std::getenv("VAULTKIT_DATA_ROOT");
+    data_root = name == "demo" ? "demo-data" : (env != nullptr && *env ? env : "");
+    if (data_root.empty()) {
+      const char* xdg = std::getenv("XDG_DATA_HOME");
+      const char* home = std::getenv("HOME");
+      data_root = xdg != nullptr && *xdg
+                      ? std::string(xdg) + "/vaultkit"
+                      : std::string(home != nullptr ? home : ".") + "/.local/share/vaultkit";
+    }
+  }
+  try {
+    if (!command->LoadsComponent()) return command->RunUnloaded({data_root, account}, args);
+    vk::cli::Host host(data_root, account);
+    if (command->Writes(args)) host.ClaimAccount(std::chrono::milliseconds(wait_ms));
+    host.Load();
+    return command->Run(host, args);
+  } catch (const vk::cli::UsageError& e) {
+    std::fprintf(stderr, "vaultkit: %s\n", e.message.c_str());
+    return vk::cli::kExitUsage;
+  } catch (const vk::cli::NotFound& e) {
+    std::fprintf(stderr, "vaultkit: %s\n", e.message.c_str());
+    return vk::cli::kExitNotFound;
+  } catch (const vk::cli::Failure& e) {
+    std::fprintf(stderr, "vaultkit: %s\n", e.message.c_str());
+    return vk::cli::kExitFailed;
+  } catch (const std::exception& e) {
+    std::fprintf(stderr, "vaultkit: %s\n", e.what());
+    return vk::cli::kExitFailed;
+  }
+}
