@@ -82,6 +82,22 @@ inline HRESULT SaveUserList(IUnknown* store) {
   return static_cast<IUserList*>(store)->Save();
 }
 
+// How a client gets the store from the module: the typed accessor of IWEZStore.
+using GetCall = HRESULT (*)(IWEZStore* module, LONG kind, IUnknown** store);
+template <typename I, HRESULT (IWEZStore::*kAccessor)(I**)>
+HRESULT Accessor(IWEZStore* module, LONG, IUnknown** store) {
+  I* typed = nullptr;
+  HRESULT hr = (module->*kAccessor)(&typed);
+  *store = typed;
+  return hr;
+}
+inline HRESULT GroupAccessor(IWEZStore* module, LONG kind, IUnknown** store) {
+  IWEZGroupStore* typed = nullptr;
+  HRESULT hr = module->GetGroupStore(&typed, kind);
+  *store = typed;
+  return hr;
+}
+
 }  // namespace catalog
 
 struct StoreRow {
@@ -94,13 +110,14 @@ struct StoreRow {
   catalog::OpenCall open;    // null: the module never opens it
   LONG kind;                 // a group store's kind, else 0
   catalog::FlushCall flush;  // null: the flush leaves it alone
+  catalog::GetCall get;      // the module's accessor
 };
 
 namespace catalog {
 constexpr StoreRow Entry(StoreId id, const CLSID& clsid, const IID& iid, const char16_t* prog_id,
-                         const char16_t* name, const char* file, OpenCall open,
+                         GetCall get, const char16_t* name, const char* file, OpenCall open,
                          FlushCall flush = nullptr) {
-  return {id, &clsid, &iid, prog_id, name, file, open, 0, flush};
+  return {id, &clsid, &iid, prog_id, name, file, open, 0, flush, get};
 }
 constexpr StoreRow Group(StoreId id, LONG kind, const char16_t* name, const char* file) {
   return {id,
@@ -111,7 +128,8 @@ constexpr StoreRow Group(StoreId id, LONG kind, const char16_t* name, const char
           file,
           &GroupWithKind,
           kind,
-          nullptr};
+          nullptr,
+          &GroupAccessor};
 }
 }  // namespace catalog
 
@@ -126,17 +144,22 @@ constexpr std::array<StoreRow, kStoreCount> kStoreCatalog = [] {
   using S = StoreId;
   return std::array<StoreRow, kStoreCount>{
       Entry(S::kGlobalOptions, CLSID_OptionStore, IID_IOptionStore, VK_PROGID_OPTION_STORE,
-            u"global options", nullptr, &OptionFile),
-      Entry(S::kUserList, CLSID_UserList, IID_IUserList, VK_PROGID_USER_LIST, u"user list",
-            "userList5.dat", &WithPathAndRoot<IUserList>, &SaveUserList),
-      Entry(S::kUserGrid, CLSID_UserGrid, IID_IUserGrid, VK_PROGID_USER_GRID, u"user grid",
-            "UserGrid.xml", &WithPathAndRoot<IUserGrid>, &Close<IUserGrid>),
-      Entry(S::kKeyDepts, CLSID_KeyDepts, IID_IKeyDepts, VK_PROGID_KEY_DEPTS, u"key departments",
-            "KeyDepts.xml", &WithPathAndRoot<IKeyDepts>, &Close<IKeyDepts>),
+            &Accessor<IOptionStore, &IWEZStore::GetOptionStore>, u"global options", nullptr,
+            &OptionFile),
+      Entry(S::kUserList, CLSID_UserList, IID_IUserList, VK_PROGID_USER_LIST,
+            &Accessor<IUserList, &IWEZStore::GetUserList>, u"user list", "userList5.dat",
+            &WithPathAndRoot<IUserList>, &SaveUserList),
+      Entry(S::kUserGrid, CLSID_UserGrid, IID_IUserGrid, VK_PROGID_USER_GRID,
+            &Accessor<IUserGrid, &IWEZStore::GetUserGrid>, u"user grid", "UserGrid.xml",
+            &WithPathAndRoot<IUserGrid>, &Close<IUserGrid>),
+      Entry(S::kKeyDepts, CLSID_KeyDepts, IID_IKeyDepts, VK_PROGID_KEY_DEPTS,
+            &Accessor<IKeyDepts, &IWEZStore::GetKeyDeptsStore>, u"key departments", "KeyDepts.xml",
+            &WithPathAndRoot<IKeyDepts>, &Close<IKeyDepts>),
       Entry(S::kDeptLeader, CLSID_DeptLeader, IID_IDeptLeader, VK_PROGID_DEPT_LEADER,
-            u"department leaders", "Leader.xml", &WithPathAndRoot<IDeptLeader>,
-            &Close<IDeptLeader>),
-      Entry(S::kPortal, CLSID_PortalStore, IID_IPortalStore, VK_PROGID_PORTAL_STORE, u"portal",
+            &Accessor<IDeptLeader, &IWEZStore::GetDeptLeader>, u"department leaders", "Leader.xml",
+            &WithPathAndRoot<IDeptLeader>, &Close<IDeptLeader>),
+      Entry(S::kPortal, CLSID_PortalStore, IID_IPortalStore, VK_PROGID_PORTAL_STORE,
+            &Accessor<IPortalStore, &IWEZStore::GetPortalStore>, u"portal",
             "PortalIcon/EPortal.xml", &WithPathAndRoot<IPortalStore>),
       Group(S::kCompanyGroups, 1, u"company groups (1)", "Group.dat"),
       Group(S::kMobileGroups, 5, u"mobile groups (5)", "MobileGroup.dat"),
@@ -144,23 +167,33 @@ constexpr std::array<StoreRow, kStoreCount> kStoreCatalog = [] {
       Group(S::kRecentContacts, 3, u"recent contacts (3)", "RecentGroup.dat"),
       Group(S::kFrequentContacts, 2, u"frequent contacts (2)", "FriendGroup.dat"),
       Entry(S::kUserOptions, CLSID_OptionStore, IID_IOptionStore, VK_PROGID_OPTION_STORE,
-            u"user options", "User.cfg", &OptionFile),
+            &Accessor<IOptionStore, &IWEZStore::GetUserOptionStore>, u"user options", "User.cfg",
+            &OptionFile),
       Group(S::kUserDefinedGroups, 4, u"user-defined groups (4)", "UserDefinedGroup.dat"),
       Entry(S::kProfiles, CLSID_WEZProfileStore, IID_IWEZProfileStore, VK_PROGID_WEZ_PROFILE_STORE,
-            u"profiles", "WEZProfile.dat", &WithPath<IWEZProfileStore>, &Close<IWEZProfileStore>),
+            &Accessor<IWEZProfileStore, &IWEZStore::GetProfileStore>, u"profiles", "WEZProfile.dat",
+            &WithPath<IWEZProfileStore>, &Close<IWEZProfileStore>),
       Entry(S::kMobileProfiles, CLSID_MobileProfileStore, IID_IMobileProfileStore,
-            VK_PROGID_MOBILE_PROFILE_STORE, u"mobile profiles", "MobileProfile.xml",
-            &WithPath<IMobileProfileStore>, &Close<IMobileProfileStore>),
-      Entry(S::kItems, CLSID_WEZItemStore, IID_IWEZItemStore, VK_PROGID_WEZ_ITEM_STORE, u"items",
-            "WEZExtBuddy.xml", &WithSystemString<IWEZItemStore, false>, &Close<IWEZItemStore>),
+            VK_PROGID_MOBILE_PROFILE_STORE,
+            &Accessor<IMobileProfileStore, &IWEZStore::GetMobileProfileStore>, u"mobile profiles",
+            "MobileProfile.xml", &WithPath<IMobileProfileStore>, &Close<IMobileProfileStore>),
+      Entry(S::kItems, CLSID_WEZItemStore, IID_IWEZItemStore, VK_PROGID_WEZ_ITEM_STORE,
+            &Accessor<IWEZItemStore, &IWEZStore::GetItemStore>, u"items", "WEZExtBuddy.xml",
+            &WithSystemString<IWEZItemStore, false>, &Close<IWEZItemStore>),
       Entry(S::kBuddyProfiles, CLSID_WEZProfileProStore, IID_IWEZProfileProStore,
-            VK_PROGID_WEZ_PROFILE_PRO_STORE, u"buddy profiles", "WEZProfilePro.dat",
-            &WithSystemString<IWEZProfileProStore, false>, &Close<IWEZProfileProStore>),
+            VK_PROGID_WEZ_PROFILE_PRO_STORE,
+            &Accessor<IWEZProfileProStore, &IWEZStore::GetProfileProStore>, u"buddy profiles",
+            "WEZProfilePro.dat", &WithSystemString<IWEZProfileProStore, false>,
+            &Close<IWEZProfileProStore>),
       Entry(S::kRevertDialogs, CLSID_RevertDialogStore, IID_IRevertDialogStore,
-            VK_PROGID_REVERT_DIALOG_STORE, u"reply-pending dialogs", "RevertDialog.xml",
+            VK_PROGID_REVERT_DIALOG_STORE,
+            &Accessor<IRevertDialogStore, &IWEZStore::GetRevertDialogStore>,
+            u"reply-pending dialogs", "RevertDialog.xml",
             &WithSystemString<IRevertDialogStore, true>),
       Entry(S::kOffMsgs, CLSID_LocalOffMsgStore, IID_ILocalOffMsgStore,
-            VK_PROGID_LOCAL_OFF_MSG_STORE, u"offline messages", nullptr, nullptr),
+            VK_PROGID_LOCAL_OFF_MSG_STORE,
+            &Accessor<ILocalOffMsgStore, &IWEZStore::GetLocalOffMsgStore>, u"offline messages",
+            nullptr, nullptr),
   };
 }();
 

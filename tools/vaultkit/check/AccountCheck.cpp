@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <exception>
 
+#include "module/StoreCatalog.h"
 #include "storage/SqlStore.h"
 #include "tools/vaultkit/check/AccessCheck.h"
 #include "tools/vaultkit/check/AccountLockCheck.h"
@@ -22,6 +23,11 @@ SqlSchema GroupSchema();
 
 namespace vk::cli {
 namespace {
+
+// The account folder's file of the store's row.
+const char* File(StoreId id) {
+  return Row(id).file;
+}
 
 // `store` names the store that reads the file ("the user grid").
 std::unique_ptr<FileCheck> Xml(const char* file, const std::string& store, ExpectedRoot root,
@@ -60,39 +66,40 @@ AccountCheck AccountCheck::ForAccount() {
   AccountCheck check;
   auto& c = check.checks_;
   c.push_back(std::make_unique<DatabaseCheck>(
-      "userList5.dat", UserListSchema(),
+      File(StoreId::kUserList), UserListSchema(),
       "the user list creates an empty directory database when it opens it",
       "the user list's queries answer E_FAIL or miss members until the next organisation "
       "import replaces the file"));
-  c.push_back(Groups("Group.dat", "company"));
-  c.push_back(Groups("FriendGroup.dat", "frequent contacts"));
-  c.push_back(Groups("RecentGroup.dat", "recent contacts"));
-  c.push_back(Groups("UserDefinedGroup.dat", "user-defined groups"));
-  c.push_back(Groups("MobileGroup.dat", "mobile contacts"));
-  c.push_back(Groups("WEZExtGroup.dat", "external buddies"));
-  c.push_back(Xml("UserGrid.xml", "the user grid", {"UserGrid"}));
-  c.push_back(Xml("KeyDepts.xml", "the key departments store", {"KeyDepts"}));
-  c.push_back(Xml("Leader.xml", "the department leaders store", {"Leader"}));
-  c.push_back(Xml("PortalIcon/EPortal.xml", "the portal store",
+  c.push_back(Groups(File(StoreId::kCompanyGroups), "company"));
+  c.push_back(Groups(File(StoreId::kFrequentContacts), "frequent contacts"));
+  c.push_back(Groups(File(StoreId::kRecentContacts), "recent contacts"));
+  c.push_back(Groups(File(StoreId::kUserDefinedGroups), "user-defined groups"));
+  c.push_back(Groups(File(StoreId::kMobileGroups), "mobile contacts"));
+  c.push_back(Groups(File(StoreId::kExternalGroups), "external buddies"));
+  c.push_back(Xml(File(StoreId::kUserGrid), "the user grid", {"UserGrid"}));
+  c.push_back(Xml(File(StoreId::kKeyDepts), "the key departments store", {"KeyDepts"}));
+  c.push_back(Xml(File(StoreId::kDeptLeader), "the department leaders store", {"Leader"}));
+  c.push_back(Xml(File(StoreId::kPortal), "the portal store",
                   {"PORTAL", "Portal",
                    "holds the portal's empty template: every portal query answers \"not "
                    "found\" until a published portal is installed"},
                   "every portal query answers \"not found\" until a published portal is "
                   "installed"));
-  c.push_back(Xml("MobileProfile.xml", "the mobile profile store",
+  c.push_back(Xml(File(StoreId::kMobileProfiles), "the mobile profile store",
                   {.name = "Root", .required = false},
                   "the mobile profile store reads the entries under it all the same"));
-  c.push_back(Xml("WEZExtBuddy.xml", "the item store", {"Root"}));
+  c.push_back(Xml(File(StoreId::kItems), "the item store", {"Root"}));
   c.push_back(std::make_unique<DialogFileCheck>());
   c.push_back(std::make_unique<EncipheredFileCheck>(
-      "WEZProfile.dat", "the profile store", true,
+      File(StoreId::kProfiles), "the profile store", true,
       "the profile store starts from an empty template and writes the file at its next save"));
   c.push_back(std::make_unique<EncipheredFileCheck>(
-      "WEZProfilePro.dat", "the buddy profile store", false,
+      File(StoreId::kBuddyProfiles), "the buddy profile store", false,
       "the account change stops at the buddy profile store, so key departments and the "
       "portal are not opened by the module until the file exists"));
   c.push_back(std::make_unique<OptionFileCheck>(
-      "User.cfg", "the module creates it, holding only its FF FE mark, at the account change"));
+      File(StoreId::kUserOptions),
+      "the module creates it, holding only its FF FE mark, at the account change"));
   c.push_back(std::make_unique<OffMsgChannelCheck>("IM", 0));
   c.push_back(std::make_unique<OffMsgChannelCheck>("DisGroup", 2));
   c.push_back(std::make_unique<AccountLockCheck>());
@@ -103,7 +110,7 @@ AccountCheck AccountCheck::ForAccount() {
 AccountCheck AccountCheck::ForAccountsFolder() {
   AccountCheck check;
   check.checks_.push_back(std::make_unique<OptionFileCheck>(
-      "wez.cfg", "the module creates it, holding only its FF FE mark, when it loads"));
+      kGlobalOptionsFile, "the module creates it, holding only its FF FE mark, when it loads"));
   return check;
 }
 

@@ -1,7 +1,8 @@
 #include "tools/vaultkit/check/DialogFileCheck.h"
 
-#include "storage/DialogSwitches.h"
+#include "module/StoreCatalog.h"
 #include "platform/Text.h"
+#include "storage/DialogSwitches.h"
 #include "storage/Markup.h"
 #include "tools/vaultkit/check/CheckedFile.h"
 #include "tools/vaultkit/check/ParseErrorText.h"
@@ -9,7 +10,7 @@
 namespace vk::cli {
 namespace {
 
-constexpr char kFile[] = "RevertDialog.xml";
+const char* const kFile = Row(StoreId::kRevertDialogs).file;
 constexpr char kReset[] =
     "the dialog store replaces it with a new file when it opens it, and the dialogs in it "
     "are lost (the old file is kept as RevertDialog.xml.damaged-<time>)";

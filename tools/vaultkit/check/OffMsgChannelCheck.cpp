@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <vector>
 
-#include "storage/OffMsgIndexScan.h"
 #include "platform/Compression.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
+#include "storage/OffMsgIndexScan.h"
 #include "tools/vaultkit/check/CheckedFile.h"
 
 namespace vk::cli {

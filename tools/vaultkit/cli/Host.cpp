@@ -146,22 +146,34 @@ IUnknown* Host::CreateByProgId(const char16_t* prog_id, REFIID riid) {
   return static_cast<IUnknown*>(object);
 }
 
-std::u16string Host::OpenedFile(const char16_t* row) const {
+IUnknown* Host::Store(StoreId id, const std::u16string& path, HRESULT* opened) {
+  const StoreRow& row = Row(id);
+  IUnknown* store = nullptr;
+  if (stores_ != nullptr && OpenedFile(id) == path &&
+      SUCCEEDED(row.get(stores_, row.kind, &store)) && store != nullptr) {
+    return store;
+  }
+  store = CreateByProgId(row.prog_id, *row.iid);
+  if (store == nullptr) return nullptr;
+  *opened = row.open(store, path.c_str(), static_cast<IClientRoot*>(root_), row.kind);
+  if (FAILED(*opened)) {
+    store->Release();
+    return nullptr;
+  }
+  return store;
+}
+
+std::u16string Host::OpenedFile(StoreId id) const {
   IModuleDiagnostics* diagnostics = nullptr;
   if (module_ == nullptr || FAILED(module_->QueryInterface(
                                 IID_IModuleDiagnostics, reinterpret_cast<void**>(&diagnostics)))) {
     return u"";
   }
-  std::u16string file;
-  LONG count = 0;
-  diagnostics->GetStoreCount(&count);
-  for (LONG i = 0; i < count; ++i) {
-    BSTR name = nullptr, path = nullptr;
-    diagnostics->GetStoreInfo(i, &name, nullptr, &path);
-    if (name != nullptr && std::u16string(name) == row) file = path == nullptr ? u"" : path;
-    SysFreeString(name);
-    SysFreeString(path);
-  }
+  // The module's diagnostic rows are the catalogue's, in its order.
+  BSTR path = nullptr;
+  diagnostics->GetStoreInfo(static_cast<LONG>(id), nullptr, nullptr, &path);
+  std::u16string file = path == nullptr ? u"" : path;
+  SysFreeString(path);
   diagnostics->Release();
   return file;
 }

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "client/ClientRoot.h"
+#include "module/StoreCatalog.h"
 #include "platform/FileLock.h"
 #include "vaultkit/vaultkit.h"
 
@@ -40,14 +41,17 @@ class Host {
   bool HasAccount() const { return !account_.empty(); }
   // data root + "Accounts/<account>/<relative>"; throws UsageError without an account.
   std::u16string AccountFile(const std::string& relative) const;
+  // The file of the store's row in the account folder.
+  std::u16string AccountFile(StoreId id) const { return AccountFile(Row(id).file); }
 
-  // A store reached through the module. While the module has not opened it (its load or
-  // account change stopped before it), the store is created by its ProgID and opened on
-  // its file (`open` does that). `row` names the store in the module's diagnostics.
-  template <typename I, typename Get, typename Open>
-  I* Store(const char16_t* row, Get get, const char16_t* prog_id, Open open);
-  // The file the module has the store of diagnostics row `row` open on; empty when none.
-  std::u16string OpenedFile(const char16_t* row) const;
+  // The row's store on `path`, as the interface the row names, with a reference for the
+  // caller: the module's own while it has the store open on that very file; otherwise (its
+  // load or account change stopped before it) one created by the row's ProgID and opened on
+  // `path` as the module opens it. Null when neither works; *opened then holds the opening's
+  // failure, if it got that far.
+  IUnknown* Store(StoreId id, const std::u16string& path, HRESULT* opened);
+  // The file the module has the row's store open on; empty when none.
+  std::u16string OpenedFile(StoreId id) const;
 
   IUnknown* CreateByProgId(const char16_t* prog_id, REFIID riid);
 
@@ -64,20 +68,5 @@ class Host {
   uintmax_t log_start_ = 0;
   FileLock account_lock_;  // held until the module has unloaded and written its stores
 };
-
-template <typename I, typename Get, typename Open>
-I* Host::Store(const char16_t* row, Get get, const char16_t* prog_id, Open open) {
-  I* store = nullptr;
-  if (stores_ != nullptr && !OpenedFile(row).empty() && SUCCEEDED(get(stores_, &store)) &&
-      store != nullptr) {
-    return store;
-  }
-  store = static_cast<I*>(CreateByProgId(prog_id, InterfaceId<I>::Get()));
-  if (store != nullptr && FAILED(open(store))) {
-    store->Release();
-    store = nullptr;
-  }
-  return store;
-}
 
 }  // namespace vk::cli

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "client/ModuleSite.h"
+#include "module/StoreCatalog.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "tools/vaultkit/cli/Command.h"
@@ -12,118 +13,80 @@
 namespace vk::cli {
 namespace {
 
-// A store through the module, or created by ProgID and opened on `path` by `open`.
-template <typename I, typename Get, typename Open>
-ComPtr<I> OpenOn(Host& host, const char16_t* row, Get get, const char16_t* prog_id,
-                 const std::u16string& path, Open open) {
+// The row's store on `path`: the module's own while it has it open on that very file, else
+// one created by its ProgID and opened there as the module would open it.
+template <typename I>
+ComPtr<I> OpenStore(Host& host, StoreId id, const std::u16string& path) {
   HRESULT opened = S_OK;
-  I* store = host.Store<I>(row, get, prog_id, [&](I* s) { return opened = open(s); });
+  ComPtr<I> store(static_cast<I*>(host.Store(id, path, &opened)));
   if (store == nullptr) {
     throw Failure{FAILED(opened) ? "cannot open " + ToUtf8(path) + ": " + FailureReason(opened)
-                                 : "the component has no class " + ToUtf8(prog_id)};
+                                 : "the component has no class " + ToUtf8(Row(id).prog_id)};
   }
-  return ComPtr<I>(store);
+  return store;
 }
 
-// The XML stores and the user list open on (path, root).
-template <typename I, typename Get>
-ComPtr<I> OpenWithRoot(Host& host, const char16_t* row, Get get, const char16_t* prog_id,
-                       const std::string& file) {
-  std::u16string path = host.AccountFile(file);
-  IUnknown* root = static_cast<IClientRoot*>(host.Root());
-  return OpenOn<I>(host, row, get, prog_id, path,
-                   [&](I* s) { return s->Initialize(path.c_str(), root); });
-}
-
-// Stores whose Initialize takes the path as a system string.
-template <typename I>
-HRESULT InitializeWithBstr(I* store, const std::u16string& path) {
-  BSTR text = SysAllocString(path.c_str());
-  HRESULT hr = store->Initialize(text);
-  SysFreeString(text);
-  return hr;
+// Without an account, the default folder the module opens the store on at load.
+std::u16string AccountOrDefaultFile(const Host& host, StoreId id) {
+  return host.HasAccount() ? host.AccountFile(id)
+                           : FromUtf8(host.DataRoot() + "Accounts/" + ToUtf8(kDefaultAccount) +
+                                      "/" + Row(id).file);
 }
 
 }  // namespace
 
 ComPtr<IUserList> OpenUserList(Host& host) {
-  return OpenWithRoot<IUserList>(
-      host, u"user list", [](IWEZStore* m, IUserList** s) { return m->GetUserList(s); },
-      u"IUserList", "userList5.dat");
+  return OpenStore<IUserList>(host, StoreId::kUserList, host.AccountFile(StoreId::kUserList));
 }
 
 ComPtr<IUserGrid> OpenUserGrid(Host& host) {
-  return OpenWithRoot<IUserGrid>(
-      host, u"user grid", [](IWEZStore* m, IUserGrid** s) { return m->GetUserGrid(s); },
-      u"IUserGrid", "UserGrid.xml");
+  return OpenStore<IUserGrid>(host, StoreId::kUserGrid, host.AccountFile(StoreId::kUserGrid));
 }
 
 ComPtr<IKeyDepts> OpenKeyDepts(Host& host) {
-  return OpenWithRoot<IKeyDepts>(
-      host, u"key departments", [](IWEZStore* m, IKeyDepts** s) { return m->GetKeyDeptsStore(s); },
-      u"IKeyDepts", "KeyDepts.xml");
+  return OpenStore<IKeyDepts>(host, StoreId::kKeyDepts, host.AccountFile(StoreId::kKeyDepts));
 }
 
 ComPtr<IDeptLeader> OpenDeptLeader(Host& host) {
-  return OpenWithRoot<IDeptLeader>(
-      host, u"department leaders",
-      [](IWEZStore* m, IDeptLeader** s) { return m->GetDeptLeader(s); }, u"IDeptLeader",
-      "Leader.xml");
+  return OpenStore<IDeptLeader>(host, StoreId::kDeptLeader, host.AccountFile(StoreId::kDeptLeader));
 }
 
 ComPtr<IPortalStore> OpenPortal(Host& host) {
-  return OpenWithRoot<IPortalStore>(
-      host, u"portal", [](IWEZStore* m, IPortalStore** s) { return m->GetPortalStore(s); },
-      u"IPortalStore", "PortalIcon/EPortal.xml");
+  return OpenStore<IPortalStore>(host, StoreId::kPortal, host.AccountFile(StoreId::kPortal));
 }
 
 ComPtr<IWEZItemStore> OpenItemStore(Host& host) {
-  std::u16string path = host.AccountFile("WEZExtBuddy.xml");
-  return OpenOn<IWEZItemStore>(
-      host, u"items", [](IWEZStore* m, IWEZItemStore** s) { return m->GetItemStore(s); },
-      u"IWEZItemStore", path, [&](IWEZItemStore* s) { return InitializeWithBstr(s, path); });
+  return OpenStore<IWEZItemStore>(host, StoreId::kItems, host.AccountFile(StoreId::kItems));
 }
 
 ComPtr<IWEZProfileStore> OpenProfiles(Host& host) {
-  // Without an account, the default folder the module opens this store on at load.
-  std::u16string path = host.HasAccount() ? host.AccountFile("WEZProfile.dat")
-                                          : FromUtf8(host.DataRoot() + "Accounts/0/WEZProfile.dat");
-  return OpenOn<IWEZProfileStore>(
-      host, u"profiles", [](IWEZStore* m, IWEZProfileStore** s) { return m->GetProfileStore(s); },
-      u"IWEZProfileStore", path, [&](IWEZProfileStore* s) { return s->Initialize(path.c_str()); });
+  return OpenStore<IWEZProfileStore>(host, StoreId::kProfiles,
+                                     AccountOrDefaultFile(host, StoreId::kProfiles));
 }
 
 ComPtr<IWEZProfileProStore> OpenBuddyProfiles(Host& host) {
-  std::u16string path = host.AccountFile("WEZProfilePro.dat");
-  return OpenOn<IWEZProfileProStore>(
-      host, u"buddy profiles",
-      [](IWEZStore* m, IWEZProfileProStore** s) { return m->GetProfileProStore(s); },
-      u"Vaultkit.WEZProfileProStore", path,
-      [&](IWEZProfileProStore* s) { return InitializeWithBstr(s, path); });
+  return OpenStore<IWEZProfileProStore>(host, StoreId::kBuddyProfiles,
+                                        host.AccountFile(StoreId::kBuddyProfiles));
 }
 
 ComPtr<IMobileProfileStore> OpenMobileProfile(Host& host) {
-  std::u16string path = host.AccountFile("MobileProfile.xml");
-  return OpenOn<IMobileProfileStore>(
-      host, u"mobile profiles",
-      [](IWEZStore* m, IMobileProfileStore** s) { return m->GetMobileProfileStore(s); },
-      u"IMobileProfileStore", path,
-      [&](IMobileProfileStore* s) { return s->Initialize(path.c_str()); });
+  return OpenStore<IMobileProfileStore>(host, StoreId::kMobileProfiles,
+                                        host.AccountFile(StoreId::kMobileProfiles));
 }
 
 ComPtr<IRevertDialogStore> OpenRevertDialogs(Host& host) {
-  std::u16string path = host.AccountFile("RevertDialog.xml");
-  IUnknown* root = static_cast<IClientRoot*>(host.Root());
-  return OpenOn<IRevertDialogStore>(
-      host, u"reply-pending dialogs",
-      [](IWEZStore* m, IRevertDialogStore** s) { return m->GetRevertDialogStore(s); },
-      u"IRevertDialogStore", path,
-      [&](IRevertDialogStore* s) {
-        BSTR text = SysAllocString(path.c_str());
-        HRESULT hr = s->Initialize(text, root);
-        SysFreeString(text);
-        return hr;
-      });
+  return OpenStore<IRevertDialogStore>(host, StoreId::kRevertDialogs,
+                                       host.AccountFile(StoreId::kRevertDialogs));
+}
+
+std::u16string OptionFile(const Host& host, bool user) {
+  return user ? host.AccountFile(StoreId::kUserOptions)
+              : FromUtf8(host.DataRoot() + "Accounts/" + kGlobalOptionsFile);
+}
+
+ComPtr<IOptionStore> OpenOptions(Host& host, bool user) {
+  return OpenStore<IOptionStore>(host, user ? StoreId::kUserOptions : StoreId::kGlobalOptions,
+                                 OptionFile(host, user));
 }
 
 ComPtr<ILocalOffMsgStore> OpenOffMsgs(Host& host) {
@@ -133,7 +96,7 @@ ComPtr<ILocalOffMsgStore> OpenOffMsgs(Host& host) {
   if (host.Stores() == nullptr || FAILED(host.Stores()->GetLocalOffMsgStore(&store)) ||
       store == nullptr) {
     store = static_cast<ILocalOffMsgStore*>(
-        host.CreateByProgId(u"ILocalOffMsgStore", IID_ILocalOffMsgStore));
+        host.CreateByProgId(Row(StoreId::kOffMsgs).prog_id, IID_ILocalOffMsgStore));
   }
   if (store == nullptr) throw Failure{"the component has no class ILocalOffMsgStore"};
   ComPtr<ILocalOffMsgStore> held(store);
@@ -148,50 +111,27 @@ ComPtr<ILocalOffMsgStore> OpenOffMsgs(Host& host) {
 }
 
 ComPtr<IWEZGroupStore> OpenGroupStore(Host& host, LONG kind) {
-  static const char16_t* const kRows[] = {u"company groups (1)",  u"frequent contacts (2)",
-                                          u"recent contacts (3)", u"user-defined groups (4)",
-                                          u"mobile groups (5)",   u"external groups (6)"};
-  static const char* const kFiles[] = {"Group.dat",       "FriendGroup.dat",
-                                       "RecentGroup.dat", "UserDefinedGroup.dat",
-                                       "MobileGroup.dat", "WEZExtGroup.dat"};
-  if (kind < 1 || kind > 6) throw UsageError{"KIND is a group kind from 1 to 6"};
-  const char16_t* row = kRows[kind - 1];
-  const std::u16string path = host.HasAccount()
-                                  ? host.AccountFile(kFiles[kind - 1])
-                                  : FromUtf8(host.DataRoot() + "Accounts/0/" + kFiles[kind - 1]);
+  const StoreRow* row = GroupRow(kind);
+  if (row == nullptr) throw UsageError{"KIND is a group kind from 1 to 6"};
+  const std::u16string path = AccountOrDefaultFile(host, row->id);
   if (kind == VK_GROUP_COMPANY && host.HasAccount() && host.Stores() != nullptr &&
-      host.OpenedFile(u"user list").empty()) {
+      host.OpenedFile(StoreId::kUserList).empty()) {
     IUserList* users = nullptr;
     if (SUCCEEDED(host.Stores()->GetUserList(&users)) && users != nullptr) {
-      users->Initialize(host.AccountFile("userList5.dat").c_str(),
+      users->Initialize(host.AccountFile(StoreId::kUserList).c_str(),
                         static_cast<IClientRoot*>(host.Root()));
       users->Release();
     }
   }
-  HRESULT opened = S_OK;
-  // The module's own store only while it has this very file open.
-  IWEZGroupStore* store = host.Store<IWEZGroupStore>(
-      row,
-      [&](IWEZStore* m, IWEZGroupStore** s) {
-        return host.OpenedFile(row) == path ? m->GetGroupStore(s, kind) : E_FAIL;
-      },
-      u"IWEZGroupStore",
-      [&](IWEZGroupStore* s) {
-        // The module creates the default folder only when its load gets that far.
-        CreateFolders(path.substr(0, path.rfind(u'/')));
-        return opened = s->Initialize(path.c_str(), kind);
-      });
-  if (store == nullptr) {
-    throw Failure{FAILED(opened) ? "cannot open " + ToUtf8(path) + ": " + FailureReason(opened)
-                                 : "the component has no class IWEZGroupStore"};
-  }
+  // The module creates the default folder only when its load gets that far.
+  if (host.OpenedFile(row->id) != path) CreateFolders(path.substr(0, path.rfind(u'/')));
+  ComPtr<IWEZGroupStore> store = OpenStore<IWEZGroupStore>(host, row->id, path);
   // Opening answers S_OK even when the database could not be opened; a count tells.
   LONG count = 0;
   if (store->GetGroupCount(&count) != S_OK) {
-    store->Release();
     throw Failure{"cannot open the group database " + ToUtf8(path)};
   }
-  return ComPtr<IWEZGroupStore>(store);
+  return store;
 }
 
 std::string StatusName(HRESULT hr) {

@@ -203,7 +203,7 @@ int DemoCommand::Run(Host& host, const std::vector<std::string>& args) {
     {
       // Opening the store (as the account change does) takes the file in and renames it.
       ComPtr<IWEZGroupStore> own = OpenGroupStore(host, VK_GROUP_USER_DEFINED);
-      own->Initialize(host.AccountFile("UserDefinedGroup.dat").c_str(), VK_GROUP_USER_DEFINED);
+      own->Initialize(host.AccountFile(StoreId::kUserDefinedGroups).c_str(), VK_GROUP_USER_DEFINED);
     }
     std::printf("%s now: %s; %s.bak: %s\n", ToUtf8(legacy).c_str(),
                 IsFileExist(legacy) ? "still there" : "gone", ToUtf8(legacy).c_str(),

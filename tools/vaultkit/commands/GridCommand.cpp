@@ -24,7 +24,7 @@ class GridCommand : public Command {
 namespace {
 
 std::vector<XmlEntry> Users(Host& host) {
-  return ReadXmlEntries(host.AccountFile("UserGrid.xml"), u"/UserGrid//User");
+  return ReadXmlEntries(host.AccountFile(StoreId::kUserGrid), u"/UserGrid//User");
 }
 
 int List(Host& host, bool json) {

@@ -32,7 +32,7 @@ int List(Host& host, bool json) {
   Json all = Json::array();
   Table table({"nick", "key departments"});
   for (const XmlEntry& user :
-       ReadXmlEntries(host.AccountFile("KeyDepts.xml"), u"/KeyDepts//User")) {
+       ReadXmlEntries(host.AccountFile(StoreId::kKeyDepts), u"/KeyDepts//User")) {
     std::vector<std::string> ids;
     for (const XmlEntry& dept : user.children)
       ids.push_back(dept.Attribute("DeptID").value_or("0"));
@@ -74,7 +74,7 @@ int KeyDeptsCommand::Run(Host& host, const std::vector<std::string>& all) {
     std::u16string nick = FromUtf8(rest[0]);
     bool kept = false;
     for (const XmlEntry& user :
-         ReadXmlEntries(host.AccountFile("KeyDepts.xml"), u"/KeyDepts//User")) {
+         ReadXmlEntries(host.AccountFile(StoreId::kKeyDepts), u"/KeyDepts//User")) {
       kept = kept || user.Attribute("Nick") == ToUtf8(WideToLower(nick));
     }
     std::vector<ULONG> ids(4096);

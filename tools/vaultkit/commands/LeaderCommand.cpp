@@ -23,7 +23,8 @@ namespace {
 int List(Host& host, bool json) {
   Json all = Json::array();
   Table table({"department", "leader", "version"});
-  for (const XmlEntry& dept : ReadXmlEntries(host.AccountFile("Leader.xml"), u"/Leader//Dept")) {
+  for (const XmlEntry& dept :
+       ReadXmlEntries(host.AccountFile(StoreId::kDeptLeader), u"/Leader//Dept")) {
     std::string id = dept.Attribute("id").value_or(""),
                 leader = dept.Attribute("Leader").value_or(""),
                 version = dept.Attribute("Version").value_or("");

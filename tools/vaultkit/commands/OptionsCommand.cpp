@@ -78,23 +78,9 @@ int OptionsCommand::Run(Host& host, const std::vector<std::string>& all) {
   bool user = TakeFlag(args, "--user");
   bool json = TakeFlag(args, "--json");
   if (args.empty()) throw UsageError{"options needs an action: get, set, list, ..."};
-  std::u16string path =
-      user ? host.AccountFile("User.cfg") : FromUtf8(host.DataRoot() + "Accounts/wez.cfg");
-  auto open = [&](IOptionStore* s) { return s->Open(path.c_str()); };
-  IOptionStore* store =
-      user ? host.Store<IOptionStore>(
-                 u"user options",
-                 [](IWEZStore* m, IOptionStore** s) { return m->GetUserOptionStore(s); },
-                 u"IOptionStore", open)
-           : host.Store<IOptionStore>(
-                 u"global options",
-                 [](IWEZStore* m, IOptionStore** s) { return m->GetOptionStore(s); },
-                 u"IOptionStore", open);
-  if (store == nullptr) throw Failure{"cannot open the option file " + ToUtf8(path)};
-  struct Releaser {
-    IOptionStore* s;
-    ~Releaser() { s->Release(); }
-  } release{store};
+  const std::u16string path = OptionFile(host, user);
+  ComPtr<IOptionStore> held = OpenOptions(host, user);
+  IOptionStore* store = held.get();
 
   const std::string& action = args[0];
   auto need = [&](size_t n) {

@@ -166,7 +166,7 @@ int PortalCommand::Run(Host& host, const std::vector<std::string>& all) {
       throw Failure{rest[0] + " is not a portal document (its root is " + *root_name +
                     ", not PORTAL): nothing installed"};
     }
-    std::u16string path = host.AccountFile("PortalIcon/EPortal.xml");
+    std::u16string path = host.AccountFile(StoreId::kPortal);
     CreateFolders(path.substr(0, path.rfind(kSep)));
     if (!WriteFileAtomically(path, *bytes)) {
       throw Failure{"cannot write " + ToUtf8(path) + ": " + FailureReason(E_FAIL)};

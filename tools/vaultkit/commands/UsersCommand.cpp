@@ -105,7 +105,7 @@ int Import(Host& host, IUserList* users, const std::string& file, bool json) {
                         : " is not an XML file") +
                   ": the directory is unchanged"};
   }
-  const std::string rebuild = ToUtf8(host.AccountFile("userList5.dat")) + ".bak";
+  const std::string rebuild = ToUtf8(host.AccountFile(StoreId::kUserList)) + ".bak";
   auto before = RebuildStamp(rebuild);
   auto start = std::chrono::steady_clock::now();
   std::u16string path = FromUtf8(std::filesystem::absolute(file).string());
