@@ -3,7 +3,6 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,10 +15,11 @@
 #include <vector>
 
 #include "platform/Assert.h"
-#include "platform/FileSystem.h"
 #include "platform/Log.h"
 #include "platform/ReadableFile.h"
 #include "platform/Text.h"
+#include "runtime/FileSystem.h"
+#include "runtime/UserBaseFolder.h"
 #include "vaultkit/vkcom.h"
 
 namespace vk {
@@ -235,17 +235,9 @@ std::u16string GetFileListPath() {
   if (VkGetDataRoot(set, sizeof set) == S_OK) root = set;
   if (root.empty()) root = vk::Env("VAULTKIT_DATA_ROOT");
   if (root.empty()) {
-    std::string data_home = vk::Env("XDG_DATA_HOME");
-    // Relative values of the XDG variables are to be ignored.
-    if (data_home.empty() || data_home.front() != '/') {
-      std::string home = vk::Env("HOME");
-      if (home.empty()) {
-        const passwd* entry = ::getpwuid(::getuid());
-        if (entry != nullptr && entry->pw_dir != nullptr) home = entry->pw_dir;
-      }
-      data_home = home + "/.local/share";
-    }
-    root = data_home + "/vaultkit";
+    std::string data_home = vk::UserBaseFolder("XDG_DATA_HOME", ".local/share");
+    // With no home folder known at all, the default stays rooted at "/" as it always was.
+    root = (data_home.empty() ? std::string("/.local/share") : data_home) + "/vaultkit";
   }
   std::u16string path = vk::PathFromNative(root);
   if (path.empty() || path.back() != vk::kSep) path += vk::kSep;

@@ -5,8 +5,8 @@
 
 #include <cerrno>
 
-#include "platform/FileSystem.h"
 #include "platform/Files.h"
+#include "runtime/FileSystem.h"
 
 namespace vk {
 

@@ -1,7 +1,6 @@
 #include "runtime/RegistryFile.h"
 
 #include <fcntl.h>
-#include <pwd.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -9,10 +8,10 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <mutex>
 
-#include "platform/FileSystem.h"
+#include "runtime/FileSystem.h"
+#include "runtime/UserBaseFolder.h"
 
 namespace vk {
 namespace {
@@ -85,19 +84,6 @@ bool SameProgId(std::string_view a, std::string_view b) {
   return true;
 }
 
-std::string HomeFolder() {
-  const char* home = std::getenv("HOME");
-  if (home != nullptr && home[0] != '\0') return home;
-  struct passwd entry {};
-  struct passwd* found = nullptr;
-  char buffer[4096];
-  if (getpwuid_r(getuid(), &entry, buffer, sizeof buffer, &found) == 0 && found != nullptr &&
-      found->pw_dir != nullptr) {
-    return found->pw_dir;
-  }
-  return {};
-}
-
 HRESULT ErrnoStatus() {
   return errno == EACCES || errno == EPERM || errno == EROFS ? E_ACCESSDENIED : E_FAIL;
 }
@@ -127,12 +113,9 @@ class FolderLock {
 std::string RegistryFile::Locate() {
   const char* explicit_path = std::getenv("VAULTKIT_REGISTRY");
   if (explicit_path != nullptr && explicit_path[0] != '\0') return explicit_path;
-  // A relative configuration folder is invalid and ignored, as the desktop's rules say.
-  const char* config = std::getenv("XDG_CONFIG_HOME");
-  if (config != nullptr && config[0] == '/') return std::string(config) + "/vaultkit/registry";
-  std::string home = HomeFolder();
-  if (home.empty()) return {};
-  return home + "/.config/vaultkit/registry";
+  std::string config = UserBaseFolder("XDG_CONFIG_HOME", ".config");
+  if (config.empty()) return {};
+  return config + "/vaultkit/registry";
 }
 
 bool RegistryFile::IsValidProgId(std::string_view prog_id) {
@@ -151,12 +134,27 @@ bool RegistryFile::IsValidLibraryPath(std::string_view path) {
 }
 
 std::vector<std::string> RegistryFile::ReadLines() const {
+  // Opened through the file seam, which never waits on a FIFO in the file's place; a file that
+  // cannot be opened or read holds no lines.
+  std::string text;
+  struct stat info {};
+  const int fd = FileSystem::OpenRegularForReading(path_, info);
+  if (fd >= 0) {
+    char buffer[4096];
+    ssize_t got;
+    while ((got = read(fd, buffer, sizeof buffer)) > 0 || (got < 0 && errno == EINTR)) {
+      if (got > 0) text.append(buffer, static_cast<size_t>(got));
+    }
+    close(fd);
+  }
   std::vector<std::string> lines;
-  std::ifstream in(path_, std::ios::binary);
-  std::string line;
-  while (std::getline(in, line)) {
+  for (size_t start = 0; start < text.size();) {
+    size_t end = text.find('\n', start);
+    if (end == std::string::npos) end = text.size();
+    std::string line = text.substr(start, end - start);
     if (!line.empty() && line.back() == '\r') line.pop_back();
     lines.push_back(std::move(line));
+    start = end + 1;
   }
   return lines;
 }

@@ -5,7 +5,7 @@
 
 #include <atomic>
 
-#include "platform/FileSystem.h"
+#include "runtime/FileSystem.h"
 
 namespace vk::test {
 

@@ -6,9 +6,11 @@
 // temporary file.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <iostream>
+#include <optional>
 #include <string>
 
 #include "client/ClientRoot.h"
@@ -482,6 +484,30 @@ const Save kLegacyImport = {
     {S_OK, 0},
     true};
 
+// A class registered in a registry file under the root, as an installer or the command
+// registers the component: the runtime's own write, through the same seam as the stores'.
+HRESULT Register(const Root& root, const char* prog_id, uint8_t id) {
+  const char* previous = std::getenv("VAULTKIT_REGISTRY");
+  const std::optional<std::string> saved =
+      previous ? std::optional<std::string>(previous) : std::nullopt;
+  setenv("VAULTKIT_REGISTRY", root.NativeFile("registry").c_str(), 1);
+  const CLSID clsid = {0x7e57c1a5, 0, 0, {0, 0, 0, 0, 0, 0, 0, id}};
+  const HRESULT hr = VkRegisterClass(clsid, prog_id, "/usr/lib/libexample.so");
+  saved ? setenv("VAULTKIT_REGISTRY", saved->c_str(), 1) : unsetenv("VAULTKIT_REGISTRY");
+  return hr;
+}
+
+const Save kRegistry = {
+    "RegistryFile",
+    [](const Root& root) { Register(root, "Example.First", 1); },
+    [](const Root& root, FaultPlan& plan) {
+      plan.Arm();
+      return Register(root, "Example.Second", 2);
+    },
+    [](const Root& root) { return root.ReadBytes("registry").value_or("no registry"); },
+    {E_FAIL, 0},
+    {S_OK, 0}};
+
 // Printed as its name, which CTest then lists after the test's name in place of the row's index
 // (the bytes of the functions it holds would change from build to build).
 void PrintTo(const Save& save, std::ostream* out) {
@@ -568,7 +594,7 @@ INSTANTIATE_TEST_SUITE_P(Saves, SaveFaultTest,
                                          kMobile, Enciphered("EncipheredProfile", false),
                                          Enciphered("EncipheredFromCompanion", true), kDialogs,
                                          kOffMsgIndex, kUserListImport, kCompanyImport,
-                                         kLegacyImport));
+                                         kLegacyImport, kRegistry));
 
 }  // namespace
 }  // namespace vk::test

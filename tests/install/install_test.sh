@@ -26,6 +26,8 @@ check "libvkcom has its SONAME" grep -q "SONAME.*libvkcom.so.0" <<<"$(readelf -d
 check "libvaultkit has a relative RUNPATH" grep -q 'RUNPATH.*\$ORIGIN' <<<"$(readelf -d "$prefix/$libdir/libvaultkit.so")"
 check "vaultkit has a relative RUNPATH" grep -q 'RUNPATH.*\$ORIGIN' <<<"$(readelf -d "$prefix/bin/vaultkit")"
 check "the samples are installed" test -f "$prefix/share/vaultkit/samples/org.xml"
+check "only sample data is installed with them" \
+  test -z "$(find "$prefix/share/vaultkit/samples" -type f ! -name '*.xml')"
 
 cd "$work" || exit 1
 status=$("$prefix/bin/vaultkit" --data-root "$work/data" status 2>&1)

@@ -8,8 +8,8 @@
 #include <optional>
 #include <string>
 
-#include "platform/FileSystem.h"
 #include "platform/Files.h"
+#include "runtime/FileSystem.h"
 #include "tests/support/ErrorDescription.h"
 #include "tests/support/TempDataRoot.h"
 #include "vaultkit/vkcom.h"

@@ -1,6 +1,8 @@
-// The one seam between the component and the operating system's file-changing calls. Every
-// save, copy, rename and delete of the component passes through here, so that a save is
-// always atomic and a test can make any one of these calls fail or stop as a crash would.
+// The one seam between the process and the operating system's file calls. Every save, copy,
+// rename and delete of the component and of the runtime's registry passes through here, so that
+// a save is always atomic and a test can make any one of these calls fail or stop as a crash
+// would; reads open their files here, so that none waits on a FIFO. It lives in the runtime,
+// which the component and every client share, so a process has one seam and one fault hook.
 // Paths are native (UTF-8). On failure errno tells why.
 #pragma once
 
@@ -10,9 +12,11 @@
 #include <string>
 #include <string_view>
 
+#include "vaultkit/vkcom.h"
+
 namespace vk {
 
-class FileSystem {
+class VK_EXPORT FileSystem {
  public:
   static constexpr mode_t kPrivateFile = 0600;
   static constexpr mode_t kPrivateFolder = 0700;
