@@ -10,6 +10,7 @@
 
 #include "platform/Files.h"
 #include "platform/Text.h"
+#include "runtime/UserBaseFolder.h"
 #include "tools/vaultkit/cli/Host.h"
 #include "tools/vaultkit/commands/Commands.h"
 
@@ -104,11 +105,9 @@ int main(int argc, char** argv) {
     const char* env = std::getenv("VAULTKIT_DATA_ROOT");
     data_root = name == "demo" ? "demo-data" : (env != nullptr && *env ? env : "");
     if (data_root.empty()) {
-      const char* xdg = std::getenv("XDG_DATA_HOME");
-      const char* home = std::getenv("HOME");
-      data_root = xdg != nullptr && *xdg
-                      ? std::string(xdg) + "/vaultkit"
-                      : std::string(home != nullptr ? home : ".") + "/.local/share/vaultkit";
+      // The component's own rule for its data root, so that both agree.
+      const std::string data_home = vk::UserBaseFolder("XDG_DATA_HOME", ".local/share");
+      data_root = (data_home.empty() ? std::string(".") : data_home) + "/vaultkit";
     }
   }
   try {
