@@ -7,8 +7,8 @@
 #include <string>
 
 #include "platform/Text.h"
-#include "tests/org/ComPtr.h"
 #include "tests/org/FixedUnixClock.h"
+#include "tests/support/MakeStore.h"
 #include "tests/support/TempDataRoot.h"
 
 namespace vk::test {

@@ -6,9 +6,9 @@
 
 #include "org/PortalStore.h"
 #include "platform/Text.h"
-#include "tests/org/ComPtr.h"
 #include "tests/org/FakeClientRoot.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/MakeStore.h"
 #include "tests/support/TempDataRoot.h"
 
 namespace vk::test {

@@ -14,10 +14,10 @@
 #include "org/KeyDepts.h"
 #include "org/PortalStore.h"
 #include "org/UserGrid.h"
-#include "tests/org/ComPtr.h"
 #include "tests/org/FakeClientRoot.h"
 #include "tests/support/HangGuard.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/MakeStore.h"
 #include "tests/support/TempDataRoot.h"
 
 namespace vk::test {
