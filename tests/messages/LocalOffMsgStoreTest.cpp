@@ -444,11 +444,8 @@ TEST_F(LocalOffMsgStoreTest, UnreadableIndexesCountAsNoneAndAreNeverCleared) {
     EXPECT_TRUE(IsFileExist(data_.File(FromUtf8(kept)))) << bytes;
     EXPECT_TRUE(IsFileExist(data_.File(FromUtf8(Rel(kIm, "txt"))))) << bytes;
     EXPECT_FALSE(IsFileExist(data_.File(FromUtf8(Rel(kDisc, "xml"))))) << bytes;
-    size_t reported = 0;
-    for (const std::string& line : log.DebugLines()) {
-      reported += line.find("ClearEmptyChannels unreadable index kept") != std::string::npos;
-    }
-    EXPECT_EQ(reported, 1u) << bytes;
+    EXPECT_EQ(log.CountDebugLinesContaining("ClearEmptyChannels unreadable index kept"), 1u)
+        << bytes;
     ::unlink(data_.NativeFile(kept).c_str());
   }
 }
