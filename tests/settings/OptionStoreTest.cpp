@@ -7,17 +7,11 @@
 #include "settings/OptionStore.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TempDataRoot.h"
+#include "tests/support/Utf16Le.h"
 
 namespace {
 
-std::string Utf16Le(std::u16string_view text) {
-  std::string bytes;
-  for (char16_t c : text) {
-    bytes += static_cast<char>(c & 0xFF);
-    bytes += static_cast<char>(c >> 8);
-  }
-  return bytes;
-}
+using vk::test::Utf16Le;
 
 class OptionStoreTest : public ::testing::Test {
  protected:
