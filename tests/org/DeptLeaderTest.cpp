@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "org/DeptLeader.h"
 #include "storage/FileCreationTime.h"
 #include "tests/org/XmlStoreTest.h"
@@ -29,12 +31,11 @@ TEST_F(DeptLeaderTest, NewerVersionsReplaceTheLeader) {
       log.HasDebugLineContaining("xxxx <?xml version=\"1.0\" encoding=\"gb2312\"?>\n"
                                  "<Leader ProVer=\"0\"><Dept id=\"5\" Leader=\"100\" "
                                  "Version=\"3\"/></Leader>"));
-  EXPECT_EQ(store_->SetLeader(5, 3, 200), S_OK);  // equal version: ignored
-  EXPECT_EQ(Leader(5), 100);
-  EXPECT_EQ(store_->SetLeader(5, 2, 200), S_OK);  // older: ignored
-  EXPECT_EQ(Leader(5), 100);
-  EXPECT_EQ(store_->SetLeader(5, 4, 200), S_OK);
-  EXPECT_EQ(Leader(5), 200);
+  // {version, leader, the leader afterwards}: an equal or an older version is ignored.
+  for (auto [version, leader, now] : {std::tuple{3u, 200, 100}, {2u, 200, 100}, {4u, 200, 200}}) {
+    EXPECT_EQ(store_->SetLeader(5, version, leader), S_OK);
+    EXPECT_EQ(Leader(5), now) << version;
+  }
   EXPECT_EQ(store_->SetLeader(-6, 0xFFFFFFFFu, -1), S_OK);
   EXPECT_EQ(store_->Close(), S_OK);
   EXPECT_EQ(File(), kHeader +
