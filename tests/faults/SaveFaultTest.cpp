@@ -33,8 +33,8 @@
 #include "storage/FixedField.h"
 #include "tests/faults/FaultPlan.h"
 #include "tests/faults/FaultVfs.h"
-#include "tests/support/MakeStore.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/MakeStore.h"
 #include "tests/support/SqlRows.h"
 #include "tests/support/TempDataRoot.h"
 
