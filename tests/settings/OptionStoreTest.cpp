@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string>
 
+#include "runtime/ComPtr.h"
 #include "settings/OptionStore.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TempDataRoot.h"
@@ -17,16 +18,14 @@ class OptionStoreTest : public ::testing::Test {
  protected:
   OptionStoreTest() {
     root.WriteBytes("User.cfg", "\xFF\xFE");  // as the module creates it
-    store = new COptionStore();
   }
-  ~OptionStoreTest() override { store->Release(); }
 
   std::u16string Path() const { return root.File(u"User.cfg"); }
   std::string FileBytes() const { return root.ReadBytes("User.cfg").value_or("<missing>"); }
 
   vk::test::TempDataRoot root;
   vk::test::LogCapture log;
-  IOptionStore* store;
+  vk::ComPtr<IOptionStore> store{new COptionStore()};
 };
 
 TEST_F(OptionStoreTest, RoundTripsEveryTypeInSectionDefault) {
