@@ -5,7 +5,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const vk::fuzz::Scratch& scratch = vk::fuzz::Scratch::Fresh();
   scratch.Write("company.xml", vk::fuzz::Bytes(data, size));
-  vk::fuzz::Ref<CWEZGroupStore> store(new CWEZGroupStore());
+  vk::ComPtr<CWEZGroupStore> store(new CWEZGroupStore());
   if (store->Initialize(scratch.File("Group.dat").c_str(), 1) != S_OK) return 0;
   store->LoadDataFromXml(scratch.File("company.xml").c_str());
   vk::fuzz::WalkGroups(store.get());

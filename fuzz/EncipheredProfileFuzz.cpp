@@ -48,7 +48,7 @@ std::u16string Place(const vk::fuzz::Scratch& scratch, const std::string& name, 
 }
 
 void Profiles(const std::u16string& path) {
-  vk::fuzz::Ref<CWEZProfileStore> store(new CWEZProfileStore());
+  vk::ComPtr<CWEZProfileStore> store(new CWEZProfileStore());
   if (store->Initialize(path.c_str()) != S_OK) return;
   LONG count = 0;
   store->GetProfileCount(&count);
@@ -75,11 +75,8 @@ void Profiles(const std::u16string& path) {
 }
 
 void BuddyProfiles(const std::u16string& path) {
-  BSTR owned = SysAllocString(path.c_str());
-  vk::fuzz::Ref<CWEZProfileProStore> store(new CWEZProfileProStore());
-  const HRESULT opened = store->Initialize(owned);
-  SysFreeString(owned);
-  if (opened != S_OK) return;
+  vk::ComPtr<CWEZProfileProStore> store(new CWEZProfileProStore());
+  if (store->Initialize(vk::fuzz::OwnedBstr(path).get()) != S_OK) return;
   LONG count = 0;
   store->GetBuddyFieldCount(u"ann", &count);
   if (size_t n = vk::fuzz::Capacity(count)) {

@@ -17,6 +17,7 @@
 
 #include "platform/Files.h"
 #include "platform/Log.h"
+#include "runtime/ComPtr.h"
 #include "storage/FixedField.h"
 #include "vaultkit/vkcom.h"
 
@@ -88,25 +89,11 @@ inline std::vector<std::string_view> SplitParts(std::string_view input, size_t m
   return parts;
 }
 
-// Owns one reference of a component object for the length of one input.
-template <typename T>
-class Ref {
- public:
-  explicit Ref(T* object) : object_(object) {}
-  ~Ref() { object_->Release(); }
-  Ref(const Ref&) = delete;
-  Ref& operator=(const Ref&) = delete;
-  T* operator->() const { return object_; }
-  T* get() const { return object_; }
-
- private:
-  T* object_;
-};
-
-// A string the store allocated, freed when the input is done.
+// A string the store allocated, or one handed to it, freed when the input is done.
 class OwnedBstr {
  public:
   OwnedBstr() = default;
+  explicit OwnedBstr(const std::u16string& text) : value_(SysAllocString(text.c_str())) {}
   ~OwnedBstr() { SysFreeString(value_); }
   OwnedBstr(const OwnedBstr&) = delete;
   OwnedBstr& operator=(const OwnedBstr&) = delete;
@@ -132,6 +119,26 @@ inline size_t Capacity(LONG count) {
   constexpr LONG kMost = 1 << 16;
   if (count > kMost) return 0;
   return count <= 0 ? 1 : static_cast<size_t>(count);
+}
+
+// For the versioned XML stores: the input is the store's file `name`; `change` runs on the
+// opened store, which is then closed; a second store opened on the written file must answer
+// as the first did. Answers the second store (null when the input could not be opened).
+template <typename Store, typename Change, typename Answers>
+ComPtr<Store> RoundTrip(const uint8_t* data, size_t size, std::string_view name, Change change,
+                        Answers answers, const char* broken) {
+  const Scratch& scratch = Scratch::Fresh();
+  scratch.Write(name, Bytes(data, size));
+  const std::u16string path = scratch.File(name);
+  ComPtr<Store> store(new Store());
+  if (store->Initialize(path.c_str(), nullptr) != S_OK) return nullptr;
+  change(*store);
+  const auto before = answers(*store);
+  store->Close();
+  ComPtr<Store> again(new Store());
+  again->Initialize(path.c_str(), nullptr);
+  Expect(answers(*again) == before, broken);
+  return again;
 }
 
 }  // namespace vk::fuzz

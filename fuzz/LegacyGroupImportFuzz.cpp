@@ -12,7 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const vk::GroupKind* kind = vk::FindGroupKind(kKinds[data[0] % 3]);
   const vk::fuzz::Scratch& scratch = vk::fuzz::Scratch::Fresh();
   scratch.Write(vk::PathToNative(kind->legacy_file), vk::fuzz::Bytes(data + 1, size - 1));
-  vk::fuzz::Ref<CWEZGroupStore> store(new CWEZGroupStore());
+  vk::ComPtr<CWEZGroupStore> store(new CWEZGroupStore());
   if (store->Initialize(scratch.File(vk::PathToNative(kind->database)).c_str(), kind->kind) !=
       S_OK) {
     return 0;

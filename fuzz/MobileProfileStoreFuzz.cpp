@@ -8,7 +8,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const vk::fuzz::Scratch& scratch = vk::fuzz::Scratch::Fresh();
   scratch.Write("MobileProfile.xml", vk::fuzz::Bytes(data, size));
-  vk::fuzz::Ref<CMobileProfileStore> store(new CMobileProfileStore());
+  vk::ComPtr<CMobileProfileStore> store(new CMobileProfileStore());
   if (store->Initialize(scratch.File("MobileProfile.xml").c_str()) != S_OK) return 0;
   LONG count = 0;
   store->GetItemCount(&count);

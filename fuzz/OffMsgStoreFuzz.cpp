@@ -45,11 +45,11 @@ void ReadList(VARIANT& list, std::u16string& first_id) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const vk::fuzz::Scratch& scratch = vk::fuzz::Scratch::Fresh();
   const auto parts = vk::fuzz::SplitParts(vk::fuzz::Bytes(data, size), 4);
-  vk::fuzz::Ref<vk::ClientRoot> root(new vk::ClientRoot());
+  vk::ComPtr<vk::ClientRoot> root(new vk::ClientRoot());
   root->SetDataFolder(scratch.File(""));
   root->SetAccount(u"fuzz");
-  vk::fuzz::Ref<vk::ModuleSite> site(new vk::ModuleSite(root.get()));
-  vk::fuzz::Ref<CLocalOffMsgStore> store(new CLocalOffMsgStore());
+  vk::ComPtr<vk::ModuleSite> site(new vk::ModuleSite(root.get()));
+  vk::ComPtr<CLocalOffMsgStore> store(new CLocalOffMsgStore());
   if (store->Init(site.get()) != S_OK || store->OpenAccount() != S_OK) return 0;
   for (size_t i = 0; i < parts.size(); ++i) scratch.Write(kFiles[i], parts[i]);
 

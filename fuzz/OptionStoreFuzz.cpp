@@ -8,7 +8,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const vk::fuzz::Scratch& scratch = vk::fuzz::Scratch::Fresh();
   scratch.Write("User.cfg", vk::fuzz::Bytes(data, size));
-  vk::fuzz::Ref<COptionStore> store(new COptionStore());
+  vk::ComPtr<COptionStore> store(new COptionStore());
   if (store->Open(scratch.File("User.cfg").c_str()) != S_OK) return 0;
   LONG value = 0;
   store->GetInt(u"Num", &value);

@@ -10,9 +10,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   scratch.Write("PortalIcon/EPortal.xml", vk::fuzz::Bytes(data, size));
   // The language picks which texts the getters read; the length picks it so that every
   // language meets every file.
-  vk::fuzz::Ref<vk::ClientRoot> root(new vk::ClientRoot());
+  vk::ComPtr<vk::ClientRoot> root(new vk::ClientRoot());
   root->SetLanguage(static_cast<LONG>(size % 3));
-  vk::fuzz::Ref<CPortalStore> portal(new CPortalStore());
+  vk::ComPtr<CPortalStore> portal(new CPortalStore());
   if (portal->Initialize(scratch.File("PortalIcon/EPortal.xml").c_str(),
                          static_cast<IClientRoot*>(root.get())) != S_OK) {
     return 0;

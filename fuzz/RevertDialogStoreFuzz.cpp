@@ -9,13 +9,13 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const vk::fuzz::Scratch& scratch = vk::fuzz::Scratch::Fresh();
   scratch.Write("Accounts/fuzz/RevertDialog.xml", vk::fuzz::Bytes(data, size));
-  vk::fuzz::Ref<vk::ClientRoot> root(new vk::ClientRoot());
+  vk::ComPtr<vk::ClientRoot> root(new vk::ClientRoot());
   root->SetAccount(u"fuzz");
-  vk::fuzz::Ref<CRevertDialogStore> store(new CRevertDialogStore());
+  vk::ComPtr<CRevertDialogStore> store(new CRevertDialogStore());
   // The module passes the path in the stored format, with backslashes.
-  BSTR path = SysAllocString((scratch.File("") + u"Accounts\\fuzz\\RevertDialog.xml").c_str());
-  store->Initialize(path, static_cast<IClientRoot*>(root.get()));
-  SysFreeString(path);
+  store->Initialize(
+      vk::fuzz::OwnedBstr(scratch.File("") + u"Accounts\\fuzz\\RevertDialog.xml").get(),
+      static_cast<IClientRoot*>(root.get()));
 
   int16_t flag = 0;
   LONG value = 0;

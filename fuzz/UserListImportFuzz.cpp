@@ -16,8 +16,8 @@ class Client : public vk::ComObject<IUnknown> {};
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const vk::fuzz::Scratch& scratch = vk::fuzz::Scratch::Fresh();
   scratch.Write("org.xml", vk::fuzz::Bytes(data, size));
-  vk::fuzz::Ref<Client> client(new Client());
-  vk::fuzz::Ref<CUserList> list(new CUserList());
+  vk::ComPtr<Client> client(new Client());
+  vk::ComPtr<CUserList> list(new CUserList());
   list->Initialize(scratch.File("userList5.dat").c_str(), client.get());
   list->LoadDataFromXml(scratch.File("org.xml").c_str());
   list->WaitForSearchLists();

@@ -11,11 +11,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const auto parts = vk::fuzz::SplitParts(vk::fuzz::Bytes(data, size), 2);
   scratch.Write("WEZExtBuddy.xml", parts[0]);
   if (parts.size() > 1) scratch.Write("Merge.xml", parts[1]);
-  BSTR path = SysAllocString(scratch.File("WEZExtBuddy.xml").c_str());
-  vk::fuzz::Ref<CWEZItemStore> store(new CWEZItemStore());
-  const HRESULT opened = store->Initialize(path);
-  SysFreeString(path);
-  if (opened != S_OK) return 0;
+  vk::ComPtr<CWEZItemStore> store(new CWEZItemStore());
+  if (store->Initialize(vk::fuzz::OwnedBstr(scratch.File("WEZExtBuddy.xml")).get()) != S_OK) {
+    return 0;
+  }
   LONG count = 0;
   store->GetItemCount(&count);
   std::u16string name = u"ann";

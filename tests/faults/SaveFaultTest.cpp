@@ -35,8 +35,8 @@
 #include "storage/FixedField.h"
 #include "tests/faults/FaultPlan.h"
 #include "tests/faults/FaultVfs.h"
-#include "tests/org/ComPtr.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/MakeStore.h"
 #include "tests/support/SqlRows.h"
 #include "tests/support/TempDataRoot.h"
 

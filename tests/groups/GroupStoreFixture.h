@@ -10,6 +10,7 @@
 #include "groups/GroupKind.h"
 #include "groups/WEZGroupStore.h"
 #include "platform/Text.h"
+#include "runtime/ComPtr.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/SqlRows.h"
 #include "tests/support/TempDataRoot.h"
@@ -18,10 +19,6 @@ namespace vk::test {
 
 class GroupStoreFixture : public ::testing::Test {
  protected:
-  ~GroupStoreFixture() override {
-    for (CWEZGroupStore* store : stores_) store->Release();
-  }
-
   // The database file the module gives the kind, in the temporary folder.
   std::u16string DbPath(LONG kind) const {
     const GroupKind* info = FindGroupKind(kind);
@@ -29,8 +26,7 @@ class GroupStoreFixture : public ::testing::Test {
   }
   // A store the fixture releases, opened on `path` (default: the kind's file).
   CWEZGroupStore* Open(LONG kind, std::u16string path = {}) {
-    CWEZGroupStore* store = new CWEZGroupStore();
-    stores_.push_back(store);
+    CWEZGroupStore* store = stores_.emplace_back(new CWEZGroupStore()).get();
     if (path.empty()) path = DbPath(kind);
     EXPECT_EQ(store->Initialize(path.c_str(), kind), S_OK);
     return store;
@@ -83,7 +79,7 @@ class GroupStoreFixture : public ::testing::Test {
   LogCapture log_;
 
  private:
-  std::vector<CWEZGroupStore*> stores_;
+  std::vector<ComPtr<CWEZGroupStore>> stores_;
 };
 
 }  // namespace vk::test

@@ -13,6 +13,7 @@
 #include "samples/OffMsgSamples.h"
 #include "tests/support/HangGuard.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/MakeStore.h"
 #include "tests/support/TempDataRoot.h"
 
 namespace vk::test {
@@ -57,17 +58,11 @@ class LimitedRoot : public ClientRoot {
 
 class LocalOffMsgStoreTest : public ::testing::Test {
  protected:
-  LocalOffMsgStoreTest()
-      : root_(new LimitedRoot()), site_(new ModuleSite(root_)), store_(new CLocalOffMsgStore()) {
+  LocalOffMsgStoreTest() {
     root_->SetDataFolder(data_.Path());
     root_->SetAccount(u"bob");
-    EXPECT_EQ(store_->Init(site_), S_OK);
+    EXPECT_EQ(store_->Init(site_.get()), S_OK);
     EXPECT_EQ(store_->OpenAccount(), S_OK);
-  }
-  ~LocalOffMsgStoreTest() override {
-    store_->Release();
-    site_->Release();
-    root_->Release();
   }
 
   std::string Rel(LONG channel, const char* ext) const {
@@ -128,9 +123,9 @@ class LocalOffMsgStoreTest : public ::testing::Test {
   }
 
   TempDataRoot data_;
-  LimitedRoot* root_;
-  ModuleSite* site_;
-  CLocalOffMsgStore* store_;
+  ComPtr<LimitedRoot> root_{new LimitedRoot()};
+  ComPtr<ModuleSite> site_{new ModuleSite(root_.get())};
+  ComPtr<CLocalOffMsgStore> store_{new CLocalOffMsgStore()};
 };
 
 TEST_F(LocalOffMsgStoreTest, OpeningNeedsASiteARootAndCreatableFolders) {
@@ -138,15 +133,15 @@ TEST_F(LocalOffMsgStoreTest, OpeningNeedsASiteARootAndCreatableFolders) {
   EXPECT_TRUE(IsFolder(data_.File(u"Accounts/bob/OffMsgFiles/DisGroup")));
   EXPECT_FALSE(data_.ReadBytes(Rel(kIm, "xml")));  // nothing is created but the folders
 
-  CLocalOffMsgStore* fresh = new CLocalOffMsgStore();
+  auto fresh = MakeStore<CLocalOffMsgStore>();
   EXPECT_EQ(fresh->Init(nullptr), E_INVALIDARG);
   EXPECT_EQ(fresh->OpenAccount(), E_FAIL);
   {
     LogCapture log;
-    EXPECT_EQ(fresh->Init(static_cast<IClientRoot*>(root_)), E_FAIL);  // the root is no site
+    EXPECT_EQ(fresh->Init(static_cast<IClientRoot*>(root_.get())), E_FAIL);  // the root is no site
     EXPECT_TRUE(log.HasDebugLineContaining("exception (_com_error)"));
   }
-  EXPECT_EQ(fresh->Init(site_), S_OK);
+  EXPECT_EQ(fresh->Init(site_.get()), S_OK);
   root_->SetDataFolder(u"");
   EXPECT_EQ(fresh->OpenAccount(), E_FAIL);
   // A file where a folder level should be.
@@ -171,7 +166,6 @@ TEST_F(LocalOffMsgStoreTest, OpeningNeedsASiteARootAndCreatableFolders) {
   EXPECT_FALSE(IsFolder(data_.File(u"../victim")));
   EXPECT_FALSE(IsFolder(data_.File(u"Accounts/OffMsgFiles")));
   EXPECT_EQ(data_.ReadBytes("Accounts/dave/OffMsgFiles/IM/dave.xml"), "kept");
-  fresh->Release();
 }
 
 TEST_F(LocalOffMsgStoreTest, IndexesGroupConversationsAcrossBothChannels) {
@@ -444,11 +438,8 @@ TEST_F(LocalOffMsgStoreTest, UnreadableIndexesCountAsNoneAndAreNeverCleared) {
     EXPECT_TRUE(IsFileExist(data_.File(FromUtf8(kept)))) << bytes;
     EXPECT_TRUE(IsFileExist(data_.File(FromUtf8(Rel(kIm, "txt"))))) << bytes;
     EXPECT_FALSE(IsFileExist(data_.File(FromUtf8(Rel(kDisc, "xml"))))) << bytes;
-    size_t reported = 0;
-    for (const std::string& line : log.DebugLines()) {
-      reported += line.find("ClearEmptyChannels unreadable index kept") != std::string::npos;
-    }
-    EXPECT_EQ(reported, 1u) << bytes;
+    EXPECT_EQ(log.CountDebugLinesContaining("ClearEmptyChannels unreadable index kept"), 1u)
+        << bytes;
     ::unlink(data_.NativeFile(kept).c_str());
   }
 }

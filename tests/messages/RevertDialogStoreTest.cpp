@@ -7,6 +7,7 @@
 #include "messages/RevertDialogStore.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
+#include "runtime/ComPtr.h"
 #include "tests/support/HangGuard.h"
 #include "tests/support/TempDataRoot.h"
 
@@ -29,19 +30,15 @@ std::string Switches(const char* config, const char* need, const char* already, 
 
 class RevertDialogStoreTest : public ::testing::Test {
  protected:
-  RevertDialogStoreTest() : client_(new ClientRoot()), store_(new CRevertDialogStore()) {
+  RevertDialogStoreTest() {
     client_->SetAccount(u"alice");
     CreateFolders(data_.File(u"Accounts/alice"));
     Initialize();
   }
-  ~RevertDialogStoreTest() override {
-    store_->Release();
-    client_->Release();
-  }
   void Initialize() {
     // The module passes the path in the stored format, with backslashes.
     BSTR path = SysAllocString((data_.Path() + u"Accounts\\alice\\RevertDialog.xml").c_str());
-    EXPECT_EQ(store_->Initialize(path, static_cast<IClientRoot*>(client_)), S_OK);
+    EXPECT_EQ(store_->Initialize(path, static_cast<IClientRoot*>(client_.get())), S_OK);
     SysFreeString(path);
   }
   std::string File() const { return data_.ReadBytes(kFile).value_or("<none>"); }
@@ -58,8 +55,8 @@ class RevertDialogStoreTest : public ::testing::Test {
   }
 
   TempDataRoot data_;
-  ClientRoot* client_;
-  CRevertDialogStore* store_;
+  ComPtr<ClientRoot> client_{new ClientRoot()};
+  ComPtr<CRevertDialogStore> store_{new CRevertDialogStore()};
 };
 
 TEST_F(RevertDialogStoreTest, FreshAccountGetsTheInitialSwitches) {
@@ -96,9 +93,9 @@ TEST_F(RevertDialogStoreTest, FreshAccountGetsTheInitialSwitches) {
       {&CRevertDialogStore::SetOfflineToOnline, &CRevertDialogStore::GetOfflineToOnline, 1, 1},
       {&CRevertDialogStore::SetOfflineToOnline, &CRevertDialogStore::GetOfflineToOnline, -1, 0}};
   for (const NumberCase& c : numbers) {
-    EXPECT_EQ((store_->*c.set)(c.written), S_OK);
+    EXPECT_EQ((store_.get()->*c.set)(c.written), S_OK);
     LONG value = -5;
-    EXPECT_EQ((store_->*c.get)(&value), S_OK);
+    EXPECT_EQ((store_.get()->*c.get)(&value), S_OK);
     EXPECT_EQ(value, c.read) << c.written;
   }
   LONG config = 0;
@@ -331,7 +328,7 @@ TEST_F(RevertDialogStoreTest, ExistenceIsCheckedInTheAccountFolder) {
   data_.WriteBytes("elsewhere.xml", Switches("2", "0", "0", "0", "0"));
   BSTR path = SysAllocString(data_.File(u"elsewhere.xml").c_str());
   RemoveFile(data_.File(u"Accounts/alice/RevertDialog.xml"));
-  EXPECT_EQ(store_->Initialize(path, static_cast<IClientRoot*>(client_)), S_OK);
+  EXPECT_EQ(store_->Initialize(path, static_cast<IClientRoot*>(client_.get())), S_OK);
   SysFreeString(path);
   EXPECT_EQ(data_.ReadBytes("elsewhere.xml"), kNewFile);
   int16_t flag = 5;

@@ -6,15 +6,14 @@
 
 #include "org/PortalStore.h"
 #include "platform/Text.h"
-#include "tests/org/ComPtr.h"
 #include "tests/org/FakeClientRoot.h"
+#include "tests/org/XmlStoreTest.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/MakeStore.h"
 #include "tests/support/TempDataRoot.h"
 
 namespace vk::test {
 namespace {
-
-const std::string kHeader = "<?xml version=\"1.0\" encoding=\"gb2312\"?>\n";
 
 std::string Tip(const std::string& name, const std::string& link, const std::string& note_cn,
                 const std::string& note_en) {

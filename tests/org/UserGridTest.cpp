@@ -2,58 +2,42 @@
 
 #include "org/UserGrid.h"
 #include "platform/Text.h"
-#include "tests/org/ComPtr.h"
-#include "tests/org/FakeClientRoot.h"
+#include "tests/org/XmlStoreTest.h"
 #include "tests/support/LogCapture.h"
-#include "tests/support/TempDataRoot.h"
 
 namespace vk::test {
 namespace {
 
-const std::string kHeader = "<?xml version=\"1.0\" encoding=\"gb2312\"?>\n";
-
-class UserGridTest : public testing::Test {
+class UserGridTest : public XmlStoreTest<CUserGrid> {
  protected:
-  void SetUp() override {
-    grid_ = MakeStore<CUserGrid>();
-    ASSERT_EQ(grid_->Initialize(root_.File(u"UserGrid.xml").c_str(), client_.get()), S_OK);
-  }
-  std::string File() const { return root_.ReadBytes("UserGrid.xml").value_or("<missing>"); }
+  UserGridTest() : XmlStoreTest("UserGrid.xml") {}
   LONG Grid(const char16_t* nick) const {
     LONG grid = -99;
-    EXPECT_EQ(grid_->GetGrid(nick, &grid), S_OK);
+    EXPECT_EQ(store_->GetGrid(nick, &grid), S_OK);
     return grid;
   }
-  void Reopen() {
-    grid_ = MakeStore<CUserGrid>();
-    ASSERT_EQ(grid_->Initialize(root_.File(u"UserGrid.xml").c_str(), nullptr), S_OK);
-  }
-
-  TempDataRoot root_;
-  ComPtr<FakeClientRoot> client_{new FakeClientRoot()};
-  ComPtr<CUserGrid> grid_;
 };
 
 TEST_F(UserGridTest, SetGridAppendsUsersAndChangesOnlyGridLater) {
   EXPECT_EQ(Grid(u"ann"), 0);  // unknown: S_OK with 0
-  EXPECT_EQ(grid_->SetGrid(u"Ann", 5), S_OK);
-  EXPECT_EQ(grid_->SetGrid(u"Bob", -3), S_OK);
-  EXPECT_EQ(grid_->SetGrid(u"Ann", 7), S_OK);
+  EXPECT_EQ(store_->SetGrid(u"Ann", 5), S_OK);
+  EXPECT_EQ(store_->SetGrid(u"Bob", -3), S_OK);
+  EXPECT_EQ(store_->SetGrid(u"Ann", 7), S_OK);
   EXPECT_EQ(Grid(u"Ann"), 7);
   EXPECT_EQ(Grid(u"Bob"), -3);
   EXPECT_EQ(Grid(u"ann"), 0);  // no case folding
   EXPECT_EQ(Grid(u"ANN"), 0);
-  EXPECT_EQ(grid_->Close(), S_OK);
+  EXPECT_EQ(store_->Close(), S_OK);
   EXPECT_EQ(File(), kHeader +
                         "<UserGrid ProVer=\"0\"><User Grid=\"7\" Nick=\"Ann\"/>"
                         "<User Grid=\"-3\" Nick=\"Bob\"/></UserGrid>\n");
 }
 
 TEST_F(UserGridTest, ChangesReachTheFileOnCloseOrRelease) {
-  ASSERT_EQ(grid_->SetGrid(u"张三", 9), S_OK);
+  ASSERT_EQ(store_->SetGrid(u"张三", 9), S_OK);
   std::string before = File();
   EXPECT_EQ(before.find("Grid=\"9\""), std::string::npos);  // kept in memory until then
-  grid_.reset();                                            // released without Close
+  store_.reset();                                           // released without Close
   EXPECT_NE(File().find(ToAnsi(u"<User Grid=\"9\" Nick=\"张三\"/>")), std::string::npos);
   Reopen();
   EXPECT_EQ(Grid(u"张三"), 9);
@@ -66,44 +50,41 @@ TEST_F(UserGridTest, ClearRemovesOnlyTheFirstChildAndDoesNotMarkDirty) {
                                        "</UserGrid>\n");
   Reopen();
   std::string on_disk = File();
-  EXPECT_EQ(grid_->Clear(), S_FALSE);
+  EXPECT_EQ(store_->Clear(), S_FALSE);
   EXPECT_EQ(Grid(u"a"), 0);
   EXPECT_EQ(Grid(u"b"), 2);
   EXPECT_EQ(Grid(u"c"), 3);
-  EXPECT_EQ(grid_->Close(), S_OK);
+  EXPECT_EQ(store_->Close(), S_OK);
   EXPECT_EQ(File(), on_disk);  // not rewritten without another change
-  EXPECT_EQ(grid_->SetGrid(u"d", 4), S_OK);
-  EXPECT_EQ(grid_->Close(), S_OK);
+  EXPECT_EQ(store_->SetGrid(u"d", 4), S_OK);
+  EXPECT_EQ(store_->Close(), S_OK);
   EXPECT_EQ(File(), kHeader +
                         "<UserGrid ProVer=\"2\"><User Grid=\"2\" Nick=\"b\"/>"
                         "<User Grid=\"3\" Nick=\"c\"/><User Grid=\"4\" Nick=\"d\"/></UserGrid>\n");
   // On an empty document the loop has nothing to do.
-  EXPECT_EQ(grid_->Clear(), S_FALSE);
-  EXPECT_EQ(grid_->Clear(), S_FALSE);
-  EXPECT_EQ(grid_->Clear(), S_FALSE);
-  EXPECT_EQ(grid_->Clear(), S_FALSE);
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(store_->Clear(), S_FALSE);
 }
 
 TEST_F(UserGridTest, AwkwardNicknamesDoNotBreakTheStore) {
   LogCapture log;
   // A double quote ends the XPath literal early: the guard answers E_FAIL.
-  EXPECT_EQ(grid_->SetGrid(u"say \"hi\"", 1), E_FAIL);
+  EXPECT_EQ(store_->SetGrid(u"say \"hi\"", 1), E_FAIL);
   LONG grid = 5;
-  EXPECT_EQ(grid_->GetGrid(u"say \"hi\"", &grid), E_FAIL);
+  EXPECT_EQ(store_->GetGrid(u"say \"hi\"", &grid), E_FAIL);
   EXPECT_EQ(grid, 0);
   EXPECT_EQ(log.CountLevel(u"important"), 0u);  // quiet guards
 
   std::u16string long_nick(10000, u'x');
   for (const std::u16string& nick : {std::u16string(u"it's"), std::u16string(u"a]b[c"),
                                      std::u16string(u"<&>"), std::u16string(u""), long_nick}) {
-    EXPECT_EQ(grid_->SetGrid(nick.c_str(), 42), S_OK) << ToUtf8(nick.substr(0, 10));
+    EXPECT_EQ(store_->SetGrid(nick.c_str(), 42), S_OK) << ToUtf8(nick.substr(0, 10));
     EXPECT_EQ(Grid(nick.c_str()), 42) << ToUtf8(nick.substr(0, 10));
   }
-  EXPECT_EQ(grid_->SetGrid(nullptr, 8), S_OK);  // a null nickname reads as empty
+  EXPECT_EQ(store_->SetGrid(nullptr, 8), S_OK);  // a null nickname reads as empty
   EXPECT_EQ(Grid(u""), 8);
   // A character XML cannot hold is refused instead of corrupting the file.
-  EXPECT_EQ(grid_->SetGrid(u"bell\a", 1), E_FAIL);
-  EXPECT_EQ(grid_->Close(), S_OK);
+  EXPECT_EQ(store_->SetGrid(u"bell\a", 1), E_FAIL);
+  EXPECT_EQ(store_->Close(), S_OK);
   Reopen();
   EXPECT_EQ(Grid(long_nick.c_str()), 42);
   EXPECT_EQ(Grid(u"<&>"), 42);
@@ -123,13 +104,13 @@ TEST_F(UserGridTest, StoredValuesReadByLeadingDigits) {
   EXPECT_EQ(Grid(u"d"), 0);
   EXPECT_EQ(Grid(u"e"), 5);  // found at any depth
   LONG version = 0;
-  EXPECT_EQ(grid_->GetVersion(&version), S_OK);
+  EXPECT_EQ(store_->GetVersion(&version), S_OK);
   EXPECT_EQ(version, 12);
-  EXPECT_EQ(grid_->SetVersion(13), S_OK);
-  EXPECT_EQ(grid_->GetVersion(&version), S_OK);
+  EXPECT_EQ(store_->SetVersion(13), S_OK);
+  EXPECT_EQ(store_->GetVersion(&version), S_OK);
   EXPECT_EQ(version, 13);
   EXPECT_EQ(File().find("ProVer=\"13\""), std::string::npos);  // marked dirty only
-  EXPECT_EQ(grid_->Close(), S_OK);
+  EXPECT_EQ(store_->Close(), S_OK);
   EXPECT_NE(File().find("<UserGrid ProVer=\"13\">"), std::string::npos);
 }
 

@@ -83,10 +83,8 @@ class UserListFixture : public ::testing::Test {
   }
   std::string Query(const char* sql) { return Query(path_, sql); }
 
-  size_t DebugLinesWith(const std::string& text) const {
-    size_t n = 0;
-    for (const std::string& line : log_.DebugLines()) n += line.find(text) != std::string::npos;
-    return n;
+  size_t DebugLinesWith(std::string_view text) const {
+    return log_.CountDebugLinesContaining(text);
   }
 
   TempDataRoot root_;

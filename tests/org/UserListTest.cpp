@@ -4,6 +4,7 @@
 #include "platform/Text.h"
 #include "tests/org/UserListFixture.h"
 #include "tests/support/BriefDatabaseLock.h"
+#include "tests/support/MakeStore.h"
 
 namespace vk::test {
 namespace {
@@ -11,7 +12,7 @@ namespace {
 using UserListTest = UserListFixture;
 
 TEST_F(UserListTest, InitializeChecksItsArgumentsAndUninitialisedListFails) {
-  CUserList* fresh = new CUserList();
+  auto fresh = MakeStore<CUserList>();
   EXPECT_EQ(fresh->Initialize(u"", client_), E_INVALIDARG);
   EXPECT_EQ(fresh->Initialize(nullptr, client_), E_INVALIDARG);
   EXPECT_EQ(fresh->Initialize(path_.c_str(), nullptr), E_INVALIDARG);
@@ -36,7 +37,6 @@ TEST_F(UserListTest, InitializeChecksItsArgumentsAndUninitialisedListFails) {
   EXPECT_EQ(name, nullptr);
   EXPECT_EQ(fresh->Save(), S_OK);
   EXPECT_EQ(fresh->LoadDataFromXml(path_.c_str()), E_FAIL);
-  fresh->Release();
 }
 
 TEST_F(UserListTest, AddUserWritesTheRowButReportsFailure) {

@@ -14,16 +14,15 @@
 #include "org/KeyDepts.h"
 #include "org/PortalStore.h"
 #include "org/UserGrid.h"
-#include "tests/org/ComPtr.h"
 #include "tests/org/FakeClientRoot.h"
+#include "tests/org/XmlStoreTest.h"
 #include "tests/support/HangGuard.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/MakeStore.h"
 #include "tests/support/TempDataRoot.h"
 
 namespace vk::test {
 namespace {
-
-const std::string kHeader = "<?xml version=\"1.0\" encoding=\"gb2312\"?>\n";
 
 // An object that answers for IUnknown only.
 class NotAClientRoot : public ComObject<IUnknown> {};
@@ -146,19 +145,27 @@ TEST_F(XmlStoreLifecycleTest, OperationsBeforeInitializeFailWithoutLogging) {
   LogCapture log;
   auto grid = MakeStore<CUserGrid>();
   auto keys = MakeStore<CKeyDepts>();
+  auto leader = MakeStore<CDeptLeader>();
   LONG value = 4;
+  ULONG ids[2] = {1, 2};
+  LONG count = 2;
   EXPECT_EQ(grid->GetVersion(&value), E_FAIL);
   EXPECT_EQ(value, 0);
-  EXPECT_EQ(grid->SetVersion(1), E_FAIL);
-  EXPECT_EQ(grid->GetGrid(u"a", &value), E_FAIL);
-  EXPECT_EQ(grid->SetGrid(u"a", 1), E_FAIL);
-  EXPECT_EQ(grid->Clear(), E_FAIL);
+  int call = 0;
+  for (const HRESULT hr :
+       {grid->SetVersion(1), grid->GetGrid(u"a", &value), grid->SetGrid(u"a", 1), grid->Clear(),
+        keys->GetVersion(&value), keys->SetVersion(1), keys->GetKeyDepts(u"a", ids, &count),
+        keys->SetKeyDepts(u"a", ids, &count), keys->ResetIfExpired(), leader->GetVersion(&value),
+        leader->SetVersion(1), leader->GetLeader(1, &value), leader->SetLeader(1, 1, 1),
+        leader->DeleteDept(1), leader->ResetIfExpired()}) {
+    EXPECT_EQ(hr, E_FAIL) << "call " << call++;
+  }
   EXPECT_EQ(grid->Close(), S_OK);
-  EXPECT_EQ(keys->GetVersion(&value), E_FAIL);
-  EXPECT_EQ(keys->SetVersion(1), E_FAIL);
   EXPECT_EQ(keys->Close(), S_OK);
+  EXPECT_EQ(leader->Close(), S_OK);
   grid.reset();
   keys.reset();
+  leader.reset();
   EXPECT_TRUE(log.Records().empty());
   EXPECT_TRUE(log.DebugLines().empty());
 }

@@ -9,19 +9,13 @@
 #include "platform/Profile.h"
 #include "platform/Text.h"
 #include "tests/support/TempDataRoot.h"
+#include "tests/support/Utf16Le.h"
 
 namespace {
 
-using namespace std::literals;
+using vk::test::Utf16Le;
 
-std::string Utf16Le(std::u16string_view text) {
-  std::string bytes;
-  for (char16_t c : text) {
-    bytes += static_cast<char>(c & 0xFF);
-    bytes += static_cast<char>(c >> 8);
-  }
-  return bytes;
-}
+using namespace std::literals;
 
 std::string Bom() {
   return "\xFF\xFE";

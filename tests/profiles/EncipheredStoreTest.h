@@ -10,6 +10,7 @@
 #include "platform/Text.h"
 #include "storage/EncipheredFile.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/MakeStore.h"
 #include "tests/support/TempDataRoot.h"
 
 namespace vk::test {
@@ -21,12 +22,10 @@ class EncipheredStoreTest : public testing::Test {
     std::filesystem::create_directories(root_.NativeFile("Accounts/alice"));
     Reopen();
   }
-  ~EncipheredStoreTest() override { store_->Release(); }
 
   // A new store object on the file, as at the next start; the old one writes as it goes.
   void Reopen() {
-    if (store_ != nullptr) store_->Release();
-    store_ = new Store();
+    store_ = MakeStore<Store>();
     BSTR path = SysAllocString(Path().c_str());
     EXPECT_EQ(store_->Initialize(path), S_OK);
     SysFreeString(path);
@@ -51,7 +50,7 @@ class EncipheredStoreTest : public testing::Test {
   TempDataRoot root_;
   LogCapture log_;
   std::string file_;
-  Store* store_ = nullptr;
+  ComPtr<Store> store_;
 };
 
 }  // namespace vk::test

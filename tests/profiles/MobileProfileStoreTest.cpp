@@ -6,9 +6,9 @@
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "profiles/MobileProfileStore.h"
-#include "tests/org/ComPtr.h"
 #include "tests/support/ErrorDescription.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/MakeStore.h"
 #include "tests/support/TempDataRoot.h"
 
 namespace vk::test {

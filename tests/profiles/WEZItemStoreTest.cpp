@@ -7,9 +7,9 @@
 
 #include "platform/Text.h"
 #include "profiles/WEZItemStore.h"
-#include "tests/org/ComPtr.h"
 #include "tests/support/ErrorDescription.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/MakeStore.h"
 #include "tests/support/TempDataRoot.h"
 
 namespace vk::test {

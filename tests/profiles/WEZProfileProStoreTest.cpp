@@ -124,7 +124,7 @@ TEST_F(WEZProfileProStoreTest, BadArgumentsAndMissingDocumentFailWithoutLosingDa
   EXPECT_EQ(store_->GetBuddyField(u"bob", u"A", nullptr), E_INVALIDARG);
 
   // Before the first opening every operation but Close fails, silently.
-  auto* fresh = new CWEZProfileProStore();
+  auto fresh = MakeStore<CWEZProfileProStore>();
   BuddyField f = Field(u"A", u"1");
   LONG count = 0;
   VARIANT v;
@@ -138,7 +138,6 @@ TEST_F(WEZProfileProStoreTest, BadArgumentsAndMissingDocumentFailWithoutLosingDa
   EXPECT_EQ(fresh->SetBuddyField(u"a", u"A", v), E_FAIL);
   EXPECT_EQ(fresh->Close(), S_OK);
   EXPECT_EQ(Assertions(), 0u);
-  fresh->Release();
 }
 
 TEST_F(WEZProfileProStoreTest, PlainCompanionIsReadButNeverRepaired) {

@@ -152,7 +152,7 @@ TEST_F(WEZProfileStoreTest, BadArgumentsAreRefusedAndLoseNothing) {
   EXPECT_EQ(Assertions(), 6u);
 
   // Before the first opening every operation fails through the guard; Close does nothing.
-  auto* fresh = new CWEZProfileStore();
+  auto fresh = MakeStore<CWEZProfileStore>();
   BSTR nick = nullptr;
   log_.Clear();
   EXPECT_EQ(fresh->GetProfile(&p), E_FAIL);
@@ -164,7 +164,6 @@ TEST_F(WEZProfileStoreTest, BadArgumentsAreRefusedAndLoseNothing) {
   EXPECT_EQ(Assertions(), 6u);
   EXPECT_EQ(fresh->Close(), S_OK);
   EXPECT_EQ(fresh->SetUserList(nullptr), S_OK);
-  fresh->Release();
 }
 
 TEST_F(WEZProfileStoreTest, PlainCompanionIsRepairedReadAndReplacedAtTheFirstSave) {

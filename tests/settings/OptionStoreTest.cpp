@@ -4,35 +4,28 @@
 #include <cstring>
 #include <string>
 
+#include "runtime/ComPtr.h"
 #include "settings/OptionStore.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TempDataRoot.h"
+#include "tests/support/Utf16Le.h"
 
 namespace {
 
-std::string Utf16Le(std::u16string_view text) {
-  std::string bytes;
-  for (char16_t c : text) {
-    bytes += static_cast<char>(c & 0xFF);
-    bytes += static_cast<char>(c >> 8);
-  }
-  return bytes;
-}
+using vk::test::Utf16Le;
 
 class OptionStoreTest : public ::testing::Test {
  protected:
   OptionStoreTest() {
     root.WriteBytes("User.cfg", "\xFF\xFE");  // as the module creates it
-    store = new COptionStore();
   }
-  ~OptionStoreTest() override { store->Release(); }
 
   std::u16string Path() const { return root.File(u"User.cfg"); }
   std::string FileBytes() const { return root.ReadBytes("User.cfg").value_or("<missing>"); }
 
   vk::test::TempDataRoot root;
   vk::test::LogCapture log;
-  IOptionStore* store;
+  vk::ComPtr<IOptionStore> store{new COptionStore()};
 };
 
 TEST_F(OptionStoreTest, RoundTripsEveryTypeInSectionDefault) {

@@ -1,14 +1,11 @@
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "platform/ComError.h"
 #include "platform/Text.h"
 #include "storage/DomDocument.h"
+#include "tests/support/TempDataRoot.h"
 
 namespace vk {
 namespace {
@@ -17,23 +14,12 @@ namespace fs = std::filesystem;
 
 class DomDocumentTest : public testing::Test {
  protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/vk-dom-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir_ = pattern;
-  }
-  void TearDown() override { fs::remove_all(dir_); }
-
-  std::u16string PathOf(const std::string& name) const { return FromUtf8(dir_ + "/" + name); }
+  std::u16string PathOf(const std::string& name) const { return root_.File(FromUtf8(name)); }
   void WriteBytes(const std::string& name, const std::string& bytes) const {
-    std::ofstream(dir_ + "/" + name, std::ios::binary) << bytes;
-  }
-  std::string ReadBytes(const std::string& name) const {
-    std::ifstream in(dir_ + "/" + name, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
+    root_.WriteBytes(name, bytes);
   }
 
-  std::string dir_;
+  test::TempDataRoot root_;
 };
 
 // Runs f, which must throw a ComError; returns it.
@@ -65,7 +51,7 @@ TEST_F(DomDocumentTest, Gb2312FileRoundTripsByteForByte) {
   // "gb2312" is read as the client's platform reads it, code page 936: GBK characters too.
   EXPECT_EQ(doc.SelectSingleNode(u"Dept[2]").Text(), u"部門");
   doc.Save(PathOf("out.xml"));
-  EXPECT_EQ(ReadBytes("out.xml"), original);
+  EXPECT_EQ(root_.ReadBytes("out.xml"), original);
 }
 
 TEST_F(DomDocumentTest, StringDeclaringGb2312SavesGb2312Bytes) {
@@ -242,7 +228,7 @@ TEST_F(DomDocumentTest, BrokenFilesFailToLoadQuietly) {
 TEST_F(DomDocumentTest, DocumentsDeclaringEntitiesAreRefusedAndNothingIsFetched) {
   WriteBytes("secret.txt", "top secret");
   WriteBytes("ext.dtd", "<!ENTITY e \"top secret\">");
-  const std::string file = "file://" + dir_;
+  const std::string file = "file://" + root_.NativeFile("");
   std::string quadratic = "<!DOCTYPE R [<!ENTITY e \"" + std::string(1000, 'x') + "\">]><R a=\"";
   for (int i = 0; i < 1000; ++i) quadratic += "&e;";
   quadratic += "\"/>";
@@ -250,15 +236,15 @@ TEST_F(DomDocumentTest, DocumentsDeclaringEntitiesAreRefusedAndNothingIsFetched)
     std::string text;
     bool loads;
   } cases[] = {
-      {"<!DOCTYPE R [<!ENTITY e SYSTEM \"" + file + "/secret.txt\">]><R>&e;</R>", false},
+      {"<!DOCTYPE R [<!ENTITY e SYSTEM \"" + file + "secret.txt\">]><R>&e;</R>", false},
       {"<!DOCTYPE R [<!ENTITY a \"lol\"><!ENTITY b \"&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;\">"
        "<!ENTITY c \"&b;&b;&b;&b;&b;&b;&b;&b;&b;&b;\">]><R>&c;</R>",
        false},
       {quadratic, false},
       {"<!DOCTYPE R [<!ENTITY % p \"<!ENTITY e 'x'>\">]><R/>", false},
-      {"<!DOCTYPE R [<!ENTITY e SYSTEM \"" + file + "/ext.dtd\" NDATA n>]><R/>", false},
+      {"<!DOCTYPE R [<!ENTITY e SYSTEM \"" + file + "ext.dtd\" NDATA n>]><R/>", false},
       // The external subset is never read, so its entity stays unknown, and is not fetched.
-      {"<!DOCTYPE R SYSTEM \"" + file + "/ext.dtd\"><R a=\"1\">&e;</R>", true},
+      {"<!DOCTYPE R SYSTEM \"" + file + "ext.dtd\"><R a=\"1\">&e;</R>", true},
       {"<!DOCTYPE R [<!ELEMENT R ANY><!ATTLIST R a CDATA #IMPLIED>]><R a=\"1\"/>", true},
       {"<!DOCTYPE R><R a=\"1\"/>", true},
   };
@@ -285,10 +271,10 @@ TEST_F(DomDocumentTest, SaveFailureRaisesAndLeavesNoPartialFile) {
   DomDocument doc;
   ASSERT_TRUE(doc.LoadXml(u"<R/>"));
   EXPECT_EQ(CatchComError([&] { doc.Save(PathOf("no/such/folder/out.xml")); }).Status(), E_FAIL);
-  EXPECT_FALSE(fs::exists(dir_ + "/no"));
+  EXPECT_FALSE(fs::exists(root_.NativeFile("no")));
   ASSERT_TRUE(doc.LoadXml(u"<?xml version=\"1.0\" encoding=\"no-such-charset\"?><R/>"));
   EXPECT_THROW(doc.Save(PathOf("out.xml")), ComError);
-  EXPECT_FALSE(fs::exists(dir_ + "/out.xml"));
+  EXPECT_FALSE(fs::exists(root_.NativeFile("out.xml")));
 }
 
 TEST_F(DomDocumentTest, CreatedElementsKeepAttributeOrder) {

@@ -35,12 +35,11 @@ size_t LogCapture::CountLevel(std::u16string_view level) const {
   return count;
 }
 
-bool LogCapture::HasDebugLineContaining(std::string_view text) const {
+size_t LogCapture::CountDebugLinesContaining(std::string_view text) const {
   std::lock_guard<std::mutex> hold(mutex_);
-  for (const std::string& line : debug_lines_) {
-    if (line.find(text) != std::string::npos) return true;
-  }
-  return false;
+  size_t count = 0;
+  for (const std::string& line : debug_lines_) count += line.find(text) != std::string::npos;
+  return count;
 }
 
 void LogCapture::Clear() {

@@ -21,7 +21,10 @@ class LogCapture {
   std::vector<std::string> DebugLines() const;
   // Records of one level ("important" for assertion reports).
   size_t CountLevel(std::u16string_view level) const;
-  bool HasDebugLineContaining(std::string_view text) const;
+  size_t CountDebugLinesContaining(std::string_view text) const;
+  bool HasDebugLineContaining(std::string_view text) const {
+    return CountDebugLinesContaining(text) > 0;
+  }
   void Clear();
 
  private:

@@ -1,5 +1,5 @@
-// A fixture for the XML stores whose file expires after 30 days: a fresh data root, a
-// clock pinned at kNow, and the store opened on `kFile` of that root.
+// A fixture for the versioned XML stores: a fresh data root, a clock pinned at kNow (the
+// stores whose file expires after 30 days read it), and the store opened on `file_` there.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -7,8 +7,8 @@
 #include <string>
 
 #include "platform/Text.h"
-#include "tests/org/ComPtr.h"
 #include "tests/org/FixedUnixClock.h"
+#include "tests/support/MakeStore.h"
 #include "tests/support/TempDataRoot.h"
 
 namespace vk::test {
@@ -17,9 +17,9 @@ inline const std::string kHeader = "<?xml version=\"1.0\" encoding=\"gb2312\"?>\
 inline constexpr int64_t kNow = 1'800'000'000;
 
 template <typename Store>
-class ExpiringStoreTest : public testing::Test {
+class XmlStoreTest : public testing::Test {
  protected:
-  explicit ExpiringStoreTest(std::string file) : file_(std::move(file)) {}
+  explicit XmlStoreTest(std::string file) : file_(std::move(file)) {}
   void SetUp() override { Reopen(); }
   void Reopen() {
     store_ = MakeStore<Store>();
