@@ -13,8 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const vk::fuzz::Scratch& scratch = vk::fuzz::Scratch::Fresh();
   scratch.Write(vk::PathToNative(kind->legacy_file), vk::fuzz::Bytes(data + 1, size - 1));
   vk::ComPtr<CWEZGroupStore> store(new CWEZGroupStore());
-  if (store->Initialize(scratch.File(vk::PathToNative(kind->database)).c_str(), kind->kind) !=
-      S_OK) {
+  if (store->Initialize(scratch.File("Groups.dat").c_str(), kind->kind) != S_OK) {
     return 0;
   }
   vk::fuzz::WalkGroups(store.get());

@@ -1,5 +1,5 @@
 // What the group kind decides: the tree's root group, the floor of new ids and the file an
-// earlier client version kept the tree in.
+// earlier client version kept the tree in, beside the database.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,6 @@ namespace vk {
 
 struct GroupKind {
   LONG kind;
-  const char16_t* database;     // file name in the account folder
   LONG root_id;                 // seeded with parent 0 at every Initialize
   const char16_t* root_name;    // stored as it stands
   uint32_t id_floor;            // new ids are above it (compared unsigned)

@@ -9,6 +9,7 @@
 
 #include "groups/GroupKind.h"
 #include "groups/WEZGroupStore.h"
+#include "module/StoreCatalog.h"
 #include "platform/Text.h"
 #include "runtime/ComPtr.h"
 #include "tests/support/LogCapture.h"
@@ -21,8 +22,8 @@ class GroupStoreFixture : public ::testing::Test {
  protected:
   // The database file the module gives the kind, in the temporary folder.
   std::u16string DbPath(LONG kind) const {
-    const GroupKind* info = FindGroupKind(kind);
-    return root_.File(info != nullptr ? info->database : u"Other.dat");
+    const StoreRow* row = GroupRow(kind);
+    return root_.File(row != nullptr ? FromUtf8(row->file) : u"Other.dat");
   }
   // A store the fixture releases, opened on `path` (default: the kind's file).
   CWEZGroupStore* Open(LONG kind, std::u16string path = {}) {
