@@ -299,7 +299,8 @@ HRESULT CStoreModule::OnUnload() {
 
 void CStoreModule::Flush() {
   for (StoreId id : kFlushOrder) {
-    if (IUnknown* store = stores_[Index(id)].get()) Row(id).flush(store);
+    IUnknown* store = stores_[Index(id)].get();
+    if (store != nullptr && Row(id).flush != nullptr) Row(id).flush(store);
   }
 }
 
