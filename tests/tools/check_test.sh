@@ -4,11 +4,6 @@
 # changes a byte or a name in the folder it examines.
 vaultkit=$1
 source "$(dirname "$0")/harness.sh"
-# Every name, kind, size and mode below a folder, and every file's bytes.
-snapshot() {
-  (cd "$1" && find . -printf '%p %y %s %m\n' | LC_ALL=C sort &&
-    find . -type f -exec sha256sum {} + | LC_ALL=C sort)
-}
 poke() { printf "$3" | dd of="$1" bs=1 seek="$2" conv=notrunc status=none; }
 cut_to() { head -c "$2" "$1" >"$1.cut" && mv "$1.cut" "$1"; }
 as_utf8_option() { { printf '\xEF\xBB\xBF'; tail -c +3 "$1" | iconv -f UTF-16LE -t UTF-8; } >"$1.u" && mv "$1.u" "$1"; }

@@ -10,6 +10,8 @@ d="$work/d"
 out=$("$vaultkit" --data-root "$d" status)
 check "status names the module" grep -q "Norvane.WEZ.Store" <<<"$out"
 check "the load runs to its end" grep -q "^load: *succeeded" <<<"$out"
+check "a command that reads creates nothing" test ! -e "$d"
+"$vaultkit" --data-root "$d" --account zed grid set seed 1
 check "wez.cfg is exactly FF FE" test "$(od -An -tx1 "$d/Accounts/wez.cfg" | tr -d ' \n')" = "fffe"
 
 "$vaultkit" --data-root "$d" options set k 5
@@ -59,6 +61,9 @@ check "deleting an unknown mobile name exits 1" \
 check "a name longer than the record exits 2" \
   test "$(exit_code "$vaultkit" "${a[@]}" mobile add "$(printf 'n%.0s' {1..33})")" = 2
 # Profiles and buddies: enciphered on disk, plain through inspect, plain companions migrated.
+check "an account without profiles lists none" \
+  test "$("$vaultkit" "${a[@]}" profiles list)" = "(no profiles)"
+check "... and as JSON an empty array" test "$("$vaultkit" "${a[@]}" profiles list --json)" = "[]"
 "$vaultkit" "${a[@]}" profiles set ZhangSan uin=1001 name=张三
 check "profiles get folds A-Z" grep -q "张三" <<<"$("$vaultkit" "${a[@]}" profiles get zhangsan)"
 check "the profile file is enciphered" test "$(grep -c ZhangSan "$d/Accounts/alice/WEZProfile.dat")" = 0
@@ -161,9 +166,15 @@ check "reports keep their line breaks" grep -q "^file: " <<<"$("$vaultkit" --dat
 check "the report reaches the log" grep -q "ASSERT HAPPENS!" "$d/vaultkit.log"
 printf '<?xml version="1.0" encoding="gb2312"?>\n<UserGrid ProVer="1"><User Grid="5" Ni' \
   >"$d/Accounts/alice/UserGrid.xml"
-"$vaultkit" "${a[@]}" grid list >/dev/null
+cp "$d/Accounts/alice/UserGrid.xml" "$work/damaged-grid"
+said=$("$vaultkit" "${a[@]}" grid list 2>&1 >/dev/null)
+check "a read names the damaged file" \
+  grep -q "^vaultkit: UserGrid.xml is damaged: the client would replace it" <<<"$said"
+check "... exits 3" test "$(exit_code "$vaultkit" "${a[@]}" grid list)" = 3
+check "... and leaves it as it was" cmp -s "$work/damaged-grid" "$d/Accounts/alice/UserGrid.xml"
+"$vaultkit" "${a[@]}" grid set zhangsan 5
 kept=$(ls "$d/Accounts/alice/" | grep -c '^UserGrid.xml.damaged-[0-9]\{14\}$')
-check "a damaged file is kept aside" test "$kept" = 1
+check "a write keeps the damaged file aside" test "$kept" = 1
 check "status lists the damaged copy" grep -q "UserGrid.xml.damaged-" <<<"$("$vaultkit" "${a[@]}" status)"
 err=$("$vaultkit" "${a[@]}" users dept 424242 2>&1)
 check "errors say why" grep -q "department 424242 has no members" <<<"$err"
@@ -183,6 +194,7 @@ check "a switch outside 0 and 1 exits 2" \
 "$vaultkit" "${a[@]}" dialogs set RevertOpenConfig 5
 check "a config out of range empties the file at the next start" \
   test "$("$vaultkit" "${a[@]}" dialogs list)" = "(no dialogs)"
+"$vaultkit" "${a[@]}" dialogs set IsNeedtoRevert 1
 check "the replaced dialog file is kept aside" \
   test "$(ls "$d/Accounts/alice/" | grep -c '^RevertDialog.xml.damaged-')" = 1
 printf '<?xml version="1.0" encoding="gb2312"?>\r\n<Other/>' >"$d/Accounts/alice/RevertDialog.xml"

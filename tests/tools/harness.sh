@@ -11,3 +11,8 @@ check() {  # description, then a command that must succeed
   shift
   if "$@"; then passed=$((passed + 1)); else failed=$((failed + 1)); echo "FAILED: $what"; fi
 }
+# Every name, kind, size and mode below a folder, and every file's bytes.
+snapshot() {
+  (cd "$1" && find . -printf '%p %y %s %m\n' | LC_ALL=C sort &&
+    find . -type f -exec sha256sum {} + | LC_ALL=C sort)
+}

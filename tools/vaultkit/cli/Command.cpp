@@ -36,14 +36,17 @@ uint32_t ParseUint32(const std::string& text, const char* what) {
 }
 
 bool Command::Writes(const std::vector<std::string>& args) const {
-  // The actions of every store that only read; anything else may write.
-  static const std::set<std::string> kReads = {
-      "get",    "get-int", "get-struct", "list",        "show",   "find",
-      "search", "members", "tree",       "depts",       "dept",   "versions",
-      "count",  "latest",  "switches",   "nick-by-uin", "fields", "export"};
-  if (args.empty()) return false;  // a usage error follows
+  // The actions of the stores that change something. An action that is not one of them reads,
+  // or is a usage error: either way it runs on a copy and changes nothing.
+  static const std::set<std::string> kWrites = {
+      "set",         "set-string",       "set-struct",    "import",       "add",     "delete",
+      "delete-dept", "set-dept-version", "set-pro-ver",   "clear",        "install", "remove",
+      "reset",       "reset-if-expired", "delete-fields", "merge",        "check",   "clear-empty",
+      "generate",    "rename",           "add-member",    "delete-member"};
+  if (args.empty()) return false;
+  // `version get` reads; `version set N` and the groups' `version KIND [...]` may write.
   if (args[0] == "version") return args.size() > 1 && args[1] != "get";
-  return kReads.count(args[0]) == 0;
+  return kWrites.contains(args[0]);
 }
 
 bool WantsHelp(const std::vector<std::string>& args) {

@@ -50,7 +50,9 @@ class Command {
   // must leave the data root exactly as it is answers false and runs through RunUnloaded.
   virtual bool LoadsComponent() const { return true; }
   // Whether the command line changes the account's files. A command that writes owns the
-  // account while it runs: it waits for, or is refused by, another process that owns it.
+  // account while it runs: it waits for, or is refused by, another process that owns it. One
+  // that does not runs the component on a private copy of the account, so that the writes of
+  // the component's load never reach the user's files.
   virtual bool Writes(const std::vector<std::string>& args) const;
   virtual int RunUnloaded(const Location&, const std::vector<std::string>&) { return kExitUsage; }
 };

@@ -20,6 +20,15 @@
 namespace vk::cli {
 namespace {
 
+// Absolute, without "." or "..", ending in '/'.
+std::string FolderPath(const std::string& folder) {
+  std::error_code ec;
+  auto absolute = std::filesystem::absolute(folder, ec);
+  std::string path = ec ? folder : absolute.lexically_normal().string();
+  if (path.empty() || path.back() != '/') path += '/';
+  return path;
+}
+
 std::string Hex(HRESULT hr) {
   char text[16];
   std::snprintf(text, sizeof text, "0x%08X", static_cast<unsigned>(hr));
@@ -28,26 +37,39 @@ std::string Hex(HRESULT hr) {
 
 }  // namespace
 
-Host::Host(std::string data_root, std::string account)
+Host::Host(std::string data_root, std::string account, const std::string& shown_root)
     : data_root_(std::move(data_root)), account_(std::move(account)) {
-  std::error_code ec;
-  if (std::filesystem::exists(data_root_, ec) && !std::filesystem::is_directory(data_root_, ec)) {
-    throw UsageError{"--data-root " + data_root_ + " is not a folder"};
-  }
+  CheckDataRoot(data_root_);
   // Created private, like every folder the component makes in it.
   if (!CreateFolders(FromUtf8(data_root_))) {
     throw Failure{"cannot create the data root " + data_root_ + ": " + std::strerror(errno)};
   }
-  auto absolute = std::filesystem::absolute(data_root_, ec);
-  if (!ec) data_root_ = absolute.lexically_normal().string();
-  if (data_root_.empty() || data_root_.back() != '/') data_root_ += '/';
+  data_root_ = FolderPath(data_root_);
+  shown_root_ = shown_root.empty() ? data_root_ : FolderPath(shown_root);
   setenv("VAULTKIT_DATA_ROOT", data_root_.c_str(), 1);
   // Where this run's lines of the client log begin.
+  std::error_code ec;
   log_start_ = std::filesystem::file_size(data_root_ + "vaultkit.log", ec);
   if (ec) log_start_ = 0;
   root_ = new ClientRoot();
   root_->SetDataFolder(FromUtf8(data_root_));
   root_->SetAccount(FromUtf8(account_));
+}
+
+void Host::CheckDataRoot(const std::string& data_root) {
+  std::error_code ec;
+  if (std::filesystem::exists(data_root, ec) && !std::filesystem::is_directory(data_root, ec)) {
+    throw UsageError{"--data-root " + data_root + " is not a folder"};
+  }
+}
+
+std::string Host::Shown(std::string text) const {
+  if (shown_root_ == data_root_) return text;
+  for (size_t at = text.find(data_root_); at != std::string::npos;
+       at = text.find(data_root_, at + shown_root_.size())) {
+    text.replace(at, data_root_.size(), shown_root_);
+  }
+  return text;
 }
 
 Host::~Host() {

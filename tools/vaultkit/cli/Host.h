@@ -16,9 +16,12 @@ namespace vk::cli {
 
 class Host {
  public:
-  // `account` empty: the default account folder only, no account change.
-  Host(std::string data_root, std::string account);
+  // `account` empty: the default account folder only, no account change. `shown_root`: the
+  // data root the user named, when the component runs on a copy of it.
+  Host(std::string data_root, std::string account, const std::string& shown_root = "");
   ~Host();
+  // Throws UsageError when something other than a folder stands at `data_root`.
+  static void CheckDataRoot(const std::string& data_root);
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
 
@@ -35,6 +38,8 @@ class Host {
   IWEZStore* Stores() const { return stores_; }
   ClientRoot* Root() const { return root_; }
   const std::string& DataRoot() const { return data_root_; }
+  // `text` with the data root the component runs on replaced by the one the user named.
+  std::string Shown(std::string text) const;
   // The size vaultkit.log had before this run: its later lines are this run's.
   uintmax_t LogStart() const { return log_start_; }
   const std::string& Account() const { return account_; }
@@ -59,6 +64,7 @@ class Host {
   void EnsureRegistered();
 
   std::string data_root_;
+  std::string shown_root_;
   std::string account_;
   ClientRoot* root_ = nullptr;
   IClientModule* module_ = nullptr;

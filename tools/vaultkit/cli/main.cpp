@@ -12,6 +12,7 @@
 #include "platform/Text.h"
 #include "runtime/UserBaseFolder.h"
 #include "tools/vaultkit/cli/Host.h"
+#include "tools/vaultkit/cli/ScratchCopy.h"
 #include "tools/vaultkit/commands/Commands.h"
 
 namespace {
@@ -32,6 +33,49 @@ void PrintUsage(const std::vector<std::unique_ptr<vk::cli::Command>>& commands) 
       "\n'vaultkit COMMAND --help' describes a command. Read commands take --json.\n"
       "Exit status: 0 done, 1 not found, 2 wrong command line, 3 the store or a file\n"
       "failed (the message says why), 4 check found a damaged file.\n");
+}
+
+// A command that only reads runs the component on a private copy of the account, so that
+// nothing under the data root changes; what the run set aside as damaged is reported, and a
+// damaged file fails the command as a store that cannot read its file does.
+int RunOnCopy(vk::cli::Command& command, const std::string& data_root, const std::string& account,
+              const std::vector<std::string>& args) {
+  vk::cli::Host::CheckDataRoot(data_root);
+  vk::cli::ScratchCopy copy(data_root, account);
+  vk::cli::Host host(copy.DataRoot(), account, data_root);
+  auto report_damaged = [&] {
+    const std::vector<std::string> damaged = copy.NewlyDamaged();
+    for (const std::string& file : damaged) {
+      std::fprintf(stderr,
+                   "vaultkit: %s is damaged: the client would replace it with an empty template; "
+                   "see `vaultkit check`\n",
+                   file.c_str());
+    }
+    return !damaged.empty();
+  };
+  // A message names the user's file, not the copy's.
+  auto mend = [&](std::string& message) {
+    message = host.Shown(message);
+    report_damaged();
+  };
+  int status;
+  try {
+    host.Load();
+    status = command.Run(host, args);
+  } catch (vk::cli::UsageError& e) {
+    mend(e.message);
+    throw;
+  } catch (vk::cli::NotFound& e) {
+    mend(e.message);
+    // A file the store could not read is not an answer of "not found".
+    if (!copy.NewlyDamaged().empty()) throw vk::cli::Failure{e.message};
+    throw;
+  } catch (vk::cli::Failure& e) {
+    mend(e.message);
+    throw;
+  }
+  if (report_damaged() && status == vk::cli::kExitOk) return vk::cli::kExitFailed;
+  return status;
 }
 
 }  // namespace
@@ -112,8 +156,9 @@ int main(int argc, char** argv) {
   }
   try {
     if (!command->LoadsComponent()) return command->RunUnloaded({data_root, account}, args);
+    if (!command->Writes(args)) return RunOnCopy(*command, data_root, account, args);
     vk::cli::Host host(data_root, account);
-    if (command->Writes(args)) host.ClaimAccount(std::chrono::milliseconds(wait_ms));
+    host.ClaimAccount(std::chrono::milliseconds(wait_ms));
     host.Load();
     return command->Run(host, args);
   } catch (const vk::cli::UsageError& e) {

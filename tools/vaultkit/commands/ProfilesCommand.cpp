@@ -161,9 +161,9 @@ int ProfilesCommand::Run(Host& host, const std::vector<std::string>& all) {
     if (HRESULT hr = store->GetProfileCount(&count); hr != S_OK)
       return Report("GetProfileCount", hr);
     std::vector<ProfileInfo> profiles(static_cast<size_t>(count));
-    if (HRESULT hr = store->GetProfiles(profiles.data(), &count); hr != S_OK) {
-      return Report("GetProfiles", hr);
-    }
+    // The store refuses an array it cannot write into: an empty file lists nothing.
+    HRESULT hr = count == 0 ? S_OK : store->GetProfiles(profiles.data(), &count);
+    if (hr != S_OK) return Report("GetProfiles", hr);
     profiles.resize(static_cast<size_t>(count));
     Print(profiles, json);
     return kExitOk;

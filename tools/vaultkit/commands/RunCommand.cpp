@@ -17,6 +17,8 @@ class RunCommand : public Command {
   }
   const char* Help() const override;
   int Run(Host& host, const std::vector<std::string>& args) override;
+  // The flush it waits for writes the account's files.
+  bool Writes(const std::vector<std::string>&) const override { return true; }
 };
 
 const char* RunCommand::Help() const {

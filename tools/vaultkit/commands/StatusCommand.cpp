@@ -67,8 +67,12 @@ std::vector<std::string> DamagedCopies(const Host& host) {
   std::error_code ec;
   for (std::filesystem::recursive_directory_iterator it(host.DataRoot() + "Accounts", ec), end;
        !ec && it != end; it.increment(ec)) {
-    if (it->path().filename().string().find(".damaged-") != std::string::npos) {
-      copies.push_back(it->path().string());
+    // A run on a copy of the account lists the copies the user's folder holds; the ones
+    // this run made are reported apart, as damaged files.
+    const std::string shown = host.Shown(it->path().string());
+    if (it->path().filename().string().find(".damaged-") != std::string::npos &&
+        std::filesystem::exists(shown)) {
+      copies.push_back(shown);
     }
   }
   std::sort(copies.begin(), copies.end());
@@ -93,7 +97,7 @@ std::vector<StoreRow> StoreRows(Host& host, LONG& org, LONG& users) {
     BSTR name = nullptr, path = nullptr;
     LONG present = 0;
     diagnostics->GetStoreInfo(i, &name, &present, &path);
-    rows.push_back({Utf8(name), present != 0, Utf8(path)});
+    rows.push_back({Utf8(name), present != 0, host.Shown(Utf8(path))});
   }
   diagnostics->Release();
   return rows;
@@ -133,7 +137,7 @@ int StatusCommand::Run(Host& host, const std::vector<std::string>& all) {
   if (json) {
     Json doc = {{"module", identifier},
                 {"name", name},
-                {"data_root", host.DataRoot()},
+                {"data_root", host.Shown(host.DataRoot())},
                 {"load", StatusName(host.LoadStatus())}};
     if (host.HasAccount()) {
       doc["account"] = host.Account();
@@ -153,7 +157,7 @@ int StatusCommand::Run(Host& host, const std::vector<std::string>& all) {
 
   std::printf("module:          %s\n", identifier.c_str());
   std::printf("name:            %s\n", name.c_str());
-  std::printf("data root:       %s\n", host.DataRoot().c_str());
+  std::printf("data root:       %s\n", host.Shown(host.DataRoot()).c_str());
   std::printf("load:            %s (%s)\n", Outcome(host.LoadStatus()),
               StatusName(host.LoadStatus()).c_str());
   if (host.HasAccount()) {
@@ -170,7 +174,7 @@ int StatusCommand::Run(Host& host, const std::vector<std::string>& all) {
     std::printf("\nthe load stopped before creating: %s\n", first_missing.c_str());
   }
   if (!reports.empty()) {
-    std::printf("\nassertion reports of this run (%svaultkit.log):\n", host.DataRoot().c_str());
+    std::printf("\nassertion reports of this run:\n");
     for (const std::string& report : reports) std::printf("%s\n", report.c_str());
   }
   if (!damaged.empty()) {

@@ -1,0 +1,46 @@
+#!/usr/bin/env bash
+# Commands that only read, run on an account folder with damaged files as support receives it:
+# not a byte or a name under the data root changes, each file the client would replace is
+# named, and the command exits 3 for it; no scratch copy is left behind.
+vaultkit=$1
+source "$(dirname "$0")/harness.sh"
+export TMPDIR="$work/tmp"
+mkdir -p "$TMPDIR"
+exit_code() { "$@" >/dev/null 2>&1; echo $?; }
+
+d="$work/d"
+(cd "$work" && "$vaultkit" --data-root "$d" demo >/dev/null 2>&1)
+f="$d/Accounts/alice"
+check "the demo builds the account" test -f "$f/userList5.dat"
+head -c 70 "$f/UserGrid.xml" >"$f/UserGrid.xml.cut" && mv "$f/UserGrid.xml.cut" "$f/UserGrid.xml"
+: >"$f/Leader.xml"
+before=$(snapshot "$d")
+
+reads=("status" "options list" "options list --user" "users depts" "users find zhangsan"
+  "users search zh" "users versions" "grid list" "grid get zhangsan" "keydepts list"
+  "leader list" "portal show" "items list" "mobile list" "dialogs list" "dialogs switches"
+  "offmsg list" "offmsg count" "profiles list" "buddies fields bob" "groups tree 1"
+  "grid version get" "grid lst")
+for read in "${reads[@]}"; do
+  # shellcheck disable=SC2086
+  "$vaultkit" --data-root "$d" --account alice $read >/dev/null 2>"$work/err"
+  code=$?
+  check "$read changes nothing" test "$(snapshot "$d")" = "$before"
+  case "$read" in
+  "grid lst") check "a usage error exits 2" test "$code" = 2 ;;
+  "grid "* | status)
+    check "$read names the damaged grid" grep -q "UserGrid.xml is damaged: the client would" "$work/err"
+    check "$read exits 3" test "$code" = 3
+    ;;
+  esac
+done
+check "a read on an account that does not exist creates nothing" \
+  test "$(exit_code "$vaultkit" --data-root "$d" --account nobody grid list; snapshot "$d")" = "0
+$before"
+check "no scratch copy is left" test -z "$(ls -A "$TMPDIR")"
+check "a write repairs as the client would" \
+  test "$(exit_code "$vaultkit" --data-root "$d" --account alice grid set zhangsan 1)" = 0
+check "... keeping the damaged bytes aside" test -n "$(ls "$f" | grep '^UserGrid.xml.damaged-')"
+
+echo "$passed passed, $failed failed"
+[ "$failed" -eq 0 ]
