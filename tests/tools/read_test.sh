@@ -34,9 +34,16 @@ for read in "${reads[@]}"; do
     ;;
   esac
 done
-check "a read on an account that does not exist creates nothing" \
-  test "$(exit_code "$vaultkit" --data-root "$d" --account nobody grid list; snapshot "$d")" = "0
-$before"
+said=$("$vaultkit" --data-root "$d" --account alcie grid list 2>&1)
+check "a read of an account that does not exist exits 1" \
+  test "$(exit_code "$vaultkit" --data-root "$d" --account alcie grid list)" = 1
+check "... names the accounts there are" \
+  grep -q "^vaultkit: no account 'alcie' under $d/Accounts; accounts: alice$" <<<"$said"
+check "... and creates nothing" test "$(snapshot "$d")" = "$before"
+check "vaultkit accounts lists them" test "$("$vaultkit" --data-root "$d" accounts)" = alice
+check "... as JSON too" test "$("$vaultkit" --data-root "$d" accounts --json | tr -d ' \n')" = '["alice"]'
+check "... and none in a folder that has none" \
+  test "$("$vaultkit" --data-root "$work/empty" accounts)" = "(no accounts)"
 check "no scratch copy is left" test -z "$(ls -A "$TMPDIR")"
 check "a write repairs as the client would" \
   test "$(exit_code "$vaultkit" --data-root "$d" --account alice grid set zhangsan 1)" = 0

@@ -5,12 +5,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <stdexcept>
 
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "runtime/UserBaseFolder.h"
+#include "tools/vaultkit/cli/AccountNames.h"
 #include "tools/vaultkit/cli/Host.h"
 #include "tools/vaultkit/cli/ScratchCopy.h"
 #include "tools/vaultkit/commands/Commands.h"
@@ -41,6 +43,13 @@ void PrintUsage(const std::vector<std::unique_ptr<vk::cli::Command>>& commands) 
 int RunOnCopy(vk::cli::Command& command, const std::string& data_root, const std::string& account,
               const std::vector<std::string>& args) {
   vk::cli::Host::CheckDataRoot(data_root);
+  // Reading an account that is not there is a mistake to report, not an account to make.
+  std::error_code ec;
+  if (!account.empty() &&
+      !std::filesystem::is_directory(std::filesystem::path(data_root) / "Accounts" / account, ec)) {
+    throw vk::cli::NotFound{"no account '" + account + "' under " + data_root +
+                            "/Accounts; accounts: " + vk::cli::AccountList(data_root)};
+  }
   vk::cli::ScratchCopy copy(data_root, account);
   vk::cli::Host host(copy.DataRoot(), account, data_root);
   auto report_damaged = [&] {

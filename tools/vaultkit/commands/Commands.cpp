@@ -5,6 +5,7 @@ namespace vk::cli {
 std::vector<std::unique_ptr<Command>> AllCommands() {
   std::vector<std::unique_ptr<Command>> all;
   all.push_back(MakeStatusCommand());
+  all.push_back(MakeAccountsCommand());
   all.push_back(MakeOptionsCommand());
   all.push_back(MakeUsersCommand());
   all.push_back(MakeGridCommand());

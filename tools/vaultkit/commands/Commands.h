@@ -13,6 +13,7 @@ namespace vk::cli {
 std::vector<std::unique_ptr<Command>> AllCommands();
 
 std::unique_ptr<Command> MakeStatusCommand();
+std::unique_ptr<Command> MakeAccountsCommand();
 std::unique_ptr<Command> MakeOptionsCommand();
 std::unique_ptr<Command> MakeUsersCommand();
 std::unique_ptr<Command> MakeGridCommand();
