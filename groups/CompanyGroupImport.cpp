@@ -2,11 +2,11 @@
 
 #include <optional>
 
-#include "storage/GroupSchema.h"
 #include "platform/Assert.h"
 #include "platform/Log.h"
 #include "platform/Text.h"
 #include "storage/DomDocument.h"
+#include "storage/GroupSchema.h"
 #include "storage/SqlCall.h"
 #include "storage/SqlStore.h"
 

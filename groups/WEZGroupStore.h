@@ -6,8 +6,8 @@
 
 #include <string>
 
-#include "storage/GroupSchema.h"
 #include "runtime/ComObject.h"
+#include "storage/GroupSchema.h"
 #include "storage/SqlStore.h"
 #include "vaultkit/IUserList.h"
 #include "vaultkit/IWEZGroupStore.h"

@@ -5,13 +5,13 @@
 
 #include "messages/OffMsgConversations.h"
 #include "messages/OffMsgIndex.h"
-#include "storage/OffMsgIndexScan.h"
 #include "platform/Assert.h"
 #include "platform/Compression.h"
 #include "platform/Files.h"
 #include "platform/Log.h"
 #include "platform/Text.h"
 #include "storage/LeadingDigits.h"
+#include "storage/OffMsgIndexScan.h"
 
 namespace {
 

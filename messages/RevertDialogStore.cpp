@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <ctime>
 
-#include "storage/DialogSwitches.h"
 #include "platform/Files.h"
 #include "platform/Log.h"
 #include "platform/Text.h"
+#include "storage/DialogSwitches.h"
 #include "storage/LeadingDigits.h"
 #include "storage/Markup.h"
 

@@ -5,11 +5,11 @@
 #include <system_error>
 #include <thread>
 
-#include "storage/UserListSchema.h"
 #include "platform/Files.h"
 #include "platform/Py.h"
 #include "runtime/ComObject.h"
 #include "storage/SqlStore.h"
+#include "storage/UserListSchema.h"
 
 namespace vk {
 

@@ -8,12 +8,12 @@
 #include "org/SearchListReader.h"
 #include "org/UserListFolderLock.h"
 #include "org/UserListImport.h"
-#include "storage/UserListSchema.h"
 #include "platform/Assert.h"
 #include "platform/Files.h"
 #include "platform/Log.h"
 #include "platform/Text.h"
 #include "storage/SqlCall.h"
+#include "storage/UserListSchema.h"
 
 using vk::SqlCall;
 
