@@ -11,14 +11,14 @@ out=$("$vaultkit" --data-root "$d" status)
 check "status names the module" grep -q "Norvane.WEZ.Store" <<<"$out"
 check "the load runs to its end" grep -q "^load: *succeeded" <<<"$out"
 check "a command that reads creates nothing" test ! -e "$d"
-"$vaultkit" --data-root "$d" --account zed grid set seed 1
+"$vaultkit" --data-root "$d" --account zed --create grid set seed 1
 check "wez.cfg is exactly FF FE" test "$(od -An -tx1 "$d/Accounts/wez.cfg" | tr -d ' \n')" = "fffe"
 
 "$vaultkit" --data-root "$d" options set k 5
 check "options get prints the value" test "$("$vaultkit" --data-root "$d" options get k)" = 5
 check "wez.cfg holds k=5 in Default as UTF-16LE" \
   test "$(tail -c +3 "$d/Accounts/wez.cfg" | iconv -f UTF-16LE -t UTF-8 | tr -d '\r')" = "$(printf '[Default]\nk=5')"
-"$vaultkit" --data-root "$d" --account alice options set --user k 7
+"$vaultkit" --data-root "$d" --account alice --create options set --user k 7
 check "User.cfg holds k=7" \
   test "$(tail -c +3 "$d/Accounts/alice/User.cfg" | iconv -f UTF-16LE -t UTF-8 | tr -d '\r')" = "$(printf '[Default]\nk=7')"
 
@@ -191,7 +191,7 @@ check "the switches as first written" \
   grep -q "^RevertOpenConfig *1$" <<<"$("$vaultkit" "${a[@]}" dialogs switches)"
 check "a switch outside 0 and 1 exits 2" \
   test "$(exit_code "$vaultkit" "${a[@]}" dialogs set IsNeedtoRevert 2)" = 2
-"$vaultkit" "${a[@]}" dialogs set RevertOpenConfig 5
+"$vaultkit" "${a[@]}" --yes dialogs set RevertOpenConfig 5 >/dev/null
 check "a config out of range empties the file at the next start" \
   test "$("$vaultkit" "${a[@]}" dialogs list)" = "(no dialogs)"
 "$vaultkit" "${a[@]}" dialogs set IsNeedtoRevert 1
@@ -201,7 +201,7 @@ printf '<?xml version="1.0" encoding="gb2312"?>\r\n<Other/>' >"$d/Accounts/alice
 check "a dialog file without Dialogroot is refused (3)" \
   test "$(exit_code "$vaultkit" "${a[@]}" dialogs add x p m t)" = 3
 check "and left as it was" grep -q "<Other/>" "$d/Accounts/alice/RevertDialog.xml"
-"$vaultkit" "${a[@]}" dialogs reset
+"$vaultkit" "${a[@]}" --yes dialogs reset >/dev/null
 
 "$vaultkit" "${a[@]}" offmsg generate --conversations 4 --records 10 >/dev/null
 check "offmsg count is the index's DataSum" test "$("$vaultkit" "${a[@]}" offmsg count)" = 10
@@ -256,12 +256,12 @@ for read in "groups tree 4" "groups members 1 101" "groups version 2"; do
   check "$read --json is one JSON document" python3 -c 'import json,sys; json.load(sys.stdin)' \
     < <("$vaultkit" "${a[@]}" $read --json 2>/dev/null)
 done
-"$vaultkit" "${a[@]}" offmsg generate --records 2 >/dev/null
+"$vaultkit" "${a[@]}" --yes offmsg generate --records 2 >/dev/null
 check "offmsg show --json is one JSON document" python3 -c 'import json,sys; json.load(sys.stdin)' \
   < <("$vaultkit" "${a[@]}" offmsg show im0 --json)
 rm "$d/Accounts/alice/OffMsgFiles/IM/alice.txt"
-"$vaultkit" "${a[@]}" offmsg check >/dev/null
-check "check clears a channel with only its index" test ! -e "$d/Accounts/alice/OffMsgFiles/IM/alice.xml"
+"$vaultkit" "${a[@]}" --yes offmsg repair >/dev/null
+check "repair clears a channel with only its index" test ! -e "$d/Accounts/alice/OffMsgFiles/IM/alice.xml"
 
 # A registry written by an older build (the module's ProgID only) is brought up to date.
 grep -v "^progid" "$VAULTKIT_REGISTRY" >"$work/old-registry"
@@ -270,7 +270,7 @@ VAULTKIT_REGISTRY="$work/old-registry" "$vaultkit" --data-root "$d" status >/dev
 check "an older registry gains the newer classes" grep -q "^progid IWEZGroupStore" "$work/old-registry"
 
 # run: loads the component for the account, pumps the loop for N seconds and unloads.
-r=(--data-root "$work/r" --account bob)
+r=(--data-root "$work/r" --account bob --create)
 ran=$("$vaultkit" "${r[@]}" run --seconds 1); code=$?
 check "run pumps for the time asked and ends (0)" \
   test "$code:$(head -1 <<<"$ran"):$(tail -1 <<<"$ran")" = "0:pumping the message loop for 1 s:done"

@@ -4,7 +4,7 @@
 vaultkit=$1
 source "$(dirname "$0")/harness.sh"
 a=(--data-root "$work/d" --account alice)
-"$vaultkit" "${a[@]}" grid set seed 1 >/dev/null
+"$vaultkit" "${a[@]}" --create grid set seed 1 >/dev/null
 
 # Each writer alternates three stores; every write reported as done must be there afterwards.
 writer() {

@@ -1,6 +1,7 @@
 #include "tools/vaultkit/cli/Command.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstdlib>
 #include <limits>
@@ -35,40 +36,83 @@ uint32_t ParseUint32(const std::string& text, const char* what) {
   return ParseInRange<uint32_t>(text, what, "a whole number from 0 to 4294967295");
 }
 
+namespace {
+
+struct Word {
+  std::string name;
+  bool optional = false, repeats = false;
+  char type = 0;  // 'i', 'u' or none
+};
+
+std::vector<Word> Words(const char* form) {
+  std::vector<Word> words;
+  std::string text = form;
+  for (size_t at = 0; at < text.size();) {
+    size_t end = text.find(' ', at);
+    if (end == std::string::npos) end = text.size();
+    Word word{text.substr(at, end - at)};
+    at = end + 1;
+    if (word.name.empty()) continue;
+    if (word.name.front() == '[') word = {word.name.substr(1, word.name.size() - 2), true};
+    if (word.name.ends_with("...")) {
+      word.name.resize(word.name.size() - 3);
+      word.repeats = true;
+    }
+    if (size_t colon = word.name.find(':'); colon != std::string::npos) {
+      word.type = word.name[colon + 1];
+      word.name.resize(colon);
+    }
+    words.push_back(word);
+  }
+  return words;
+}
+
+bool Fits(const std::vector<Word>& words, const Args& args) {
+  size_t given = args.size() - 1, required = 0;
+  bool open_ended = false;
+  for (const Word& w : words) {
+    required += !w.optional && !w.repeats;
+    open_ended = open_ended || w.repeats;
+  }
+  if (given < required || (!open_ended && given > words.size())) return false;
+  for (size_t i = 0; i < given && i < words.size(); ++i) {
+    const std::string& name = words[i].name;
+    const bool literal = !name.empty() && std::islower(static_cast<unsigned char>(name[0]));
+    if (literal && args[i + 1] != name) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+void CheckAction(const char* command, const Args& args, std::initializer_list<ActionForm> forms) {
+  for (const ActionForm& form : forms) {
+    if (args.empty() || args[0] != form.action) continue;
+    const std::vector<Word> words = Words(form.words);
+    if (!Fits(words, args)) continue;
+    for (size_t i = 1; i < args.size(); ++i) {
+      const Word& word = words[std::min(i - 1, words.size() - 1)];
+      if (word.type == 'i') ParseInt32(args[i], word.name.c_str());
+      if (word.type == 'u') ParseUint32(args[i], word.name.c_str());
+    }
+    return;
+  }
+  throw UsageError{"unknown or incomplete " + std::string(command) + " action (see vaultkit " +
+                   command + " --help)"};
+}
+
 bool Command::Writes(const std::vector<std::string>& args) const {
   // The actions of the stores that change something. An action that is not one of them reads,
   // or is a usage error: either way it runs on a copy and changes nothing.
   static const std::set<std::string> kWrites = {
       "set",         "set-string",       "set-struct",    "import",       "add",     "delete",
       "delete-dept", "set-dept-version", "set-pro-ver",   "clear",        "install", "remove",
-      "reset",       "reset-if-expired", "delete-fields", "merge",        "check",   "clear-empty",
+      "reset",       "reset-if-expired", "delete-fields", "merge",        "repair",  "clear-empty",
       "generate",    "rename",           "add-member",    "delete-member"};
   if (args.empty()) return false;
   // `version get` reads; `version set N` and the groups' `version KIND [...]` may write.
   if (args[0] == "version") return args.size() > 1 && args[1] != "get";
   return kWrites.contains(args[0]);
-}
-
-bool WantsHelp(const std::vector<std::string>& args) {
-  return std::any_of(args.begin(), args.end(),
-                     [](const std::string& a) { return a == "--help" || a == "-h"; });
-}
-
-bool TakeFlag(std::vector<std::string>& args, const char* flag) {
-  auto end = std::remove(args.begin(), args.end(), std::string(flag));
-  bool found = end != args.end();
-  args.erase(end, args.end());
-  return found;
-}
-
-std::string TakeOption(std::vector<std::string>& args, const char* option,
-                       const std::string& fallback) {
-  auto at = std::find(args.begin(), args.end(), std::string(option));
-  if (at == args.end()) return fallback;
-  if (at + 1 == args.end()) throw UsageError{std::string(option) + " needs a value"};
-  std::string value = *(at + 1);
-  args.erase(at, at + 2);
-  return value;
 }
 
 }  // namespace vk::cli

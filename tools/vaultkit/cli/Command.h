@@ -2,8 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <vector>
+
+#include "tools/vaultkit/cli/Args.h"
 
 namespace vk::cli {
 
@@ -45,7 +48,7 @@ class Command {
   virtual const char* Summary() const = 0;
   virtual const char* Help() const = 0;
   // Returns the process exit status.
-  virtual int Run(Host& host, const std::vector<std::string>& args) = 0;
+  virtual int Run(Host& host, const Args& args) = 0;
   // Loading the component writes files (templates, option files, folders). A command that
   // must leave the data root exactly as it is answers false and runs through RunUnloaded.
   virtual bool LoadsComponent() const { return true; }
@@ -54,18 +57,25 @@ class Command {
   // that does not runs the component on a private copy of the account, so that the writes of
   // the component's load never reach the user's files.
   virtual bool Writes(const std::vector<std::string>& args) const;
-  virtual int RunUnloaded(const Location&, const std::vector<std::string>&) { return kExitUsage; }
+  virtual int RunUnloaded(const Location&, const Args&) { return kExitUsage; }
 };
 
 // Numbers in the range of the operation's own type; anything else is a UsageError naming
 // `what`.
 int32_t ParseInt32(const std::string& text, const char* what);
 uint32_t ParseUint32(const std::string& text, const char* what);
-bool WantsHelp(const std::vector<std::string>& args);
-// Removes every `flag` from `args`; true when there was one.
-bool TakeFlag(std::vector<std::string>& args, const char* flag);
-// Removes `option VALUE` from `args` and returns VALUE; `fallback` when absent.
-std::string TakeOption(std::vector<std::string>& args, const char* option,
-                       const std::string& fallback);
+
+// One form of a command's action: its name and the words that follow it, as the help shows
+// them. A lower-case word is literal ("get"); an upper-case one a value, ":i" a signed and ":u"
+// an unsigned 32-bit number ("DEPT:i"); "[X]" may be left out; "X..." repeats, none or more.
+struct ActionForm {
+  const char* action;
+  const char* words;
+};
+
+// Throws UsageError unless `args` is one of `forms` (the first word the action), with its
+// numbers in range. A command checks its line with it before it opens a store, so that a
+// wrong command line changes nothing.
+void CheckAction(const char* command, const Args& args, std::initializer_list<ActionForm> forms);
 
 }  // namespace vk::cli

@@ -14,6 +14,7 @@
 #include "client/ModuleSite.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
+#include "tools/vaultkit/cli/AccountNames.h"
 #include "tools/vaultkit/cli/Command.h"
 #include "tools/vaultkit/cli/InstallLayout.h"
 
@@ -37,20 +38,12 @@ std::string Hex(HRESULT hr) {
 
 }  // namespace
 
-Host::Host(std::string data_root, std::string account, const std::string& shown_root)
-    : data_root_(std::move(data_root)), account_(std::move(account)) {
+Host::Host(std::string data_root, std::string account, const std::string& shown_root,
+           Consent consent)
+    : data_root_(std::move(data_root)), account_(std::move(account)), consent_(consent) {
   CheckDataRoot(data_root_);
-  // Created private, like every folder the component makes in it.
-  if (!CreateFolders(FromUtf8(data_root_))) {
-    throw Failure{"cannot create the data root " + data_root_ + ": " + std::strerror(errno)};
-  }
   data_root_ = FolderPath(data_root_);
   shown_root_ = shown_root.empty() ? data_root_ : FolderPath(shown_root);
-  setenv("VAULTKIT_DATA_ROOT", data_root_.c_str(), 1);
-  // Where this run's lines of the client log begin.
-  std::error_code ec;
-  log_start_ = std::filesystem::file_size(data_root_ + "vaultkit.log", ec);
-  if (ec) log_start_ = 0;
   root_ = new ClientRoot();
   root_->SetDataFolder(FromUtf8(data_root_));
   root_->SetAccount(FromUtf8(account_));
@@ -113,14 +106,46 @@ void Host::EnsureRegistered() {
   reg();
 }
 
-void Host::ClaimAccount(std::chrono::milliseconds wait) {
+void Host::ClaimAccountFirst(std::chrono::milliseconds wait) {
+  claim_first_ = true;
+  wait_ = wait;
+}
+
+void Host::RequireAccount(const std::string& data_root, const std::string& hint) {
+  required_in_ = data_root;
+  required_hint_ = hint;
+}
+
+void Host::Ready() {
+  if (ready_) return;
+  std::error_code ec;
+  if (HasAccount() && !required_in_.empty() &&
+      !std::filesystem::is_directory(std::filesystem::path(required_in_) / "Accounts" / account_,
+                                     ec)) {
+    throw NotFound{"no account '" + account_ + "' under " + required_in_ +
+                   "/Accounts; accounts: " + AccountList(required_in_) + required_hint_};
+  }
+  ready_ = true;
+  // Created private, like every folder the component makes in it.
+  if (!CreateFolders(FromUtf8(data_root_))) {
+    throw Failure{"cannot create the data root " + data_root_ + ": " + std::strerror(errno)};
+  }
+  setenv("VAULTKIT_DATA_ROOT", data_root_.c_str(), 1);
+  // Where this run's lines of the client log begin.
+  log_start_ = std::filesystem::file_size(data_root_ + "vaultkit.log", ec);
+  if (ec) log_start_ = 0;
+  if (claim_first_) ClaimAccount();
+  Load();
+}
+
+void Host::ClaimAccount() {
   if (!HasAccount()) return;
   const std::string folder = data_root_ + "Accounts/" + account_;
   if (!CreateFolders(FromUtf8(folder))) {
     throw Failure{"cannot create the account folder " + folder + ": " + std::strerror(errno)};
   }
   const std::string lock = folder + "/" + kAccountLockFile;
-  if (account_lock_.Take(lock, wait)) {
+  if (account_lock_.Take(lock, wait_)) {
     account_lock_.RecordHolder();
     return;
   }
@@ -150,15 +175,22 @@ void Host::Load() {
   if (HasAccount()) account_status_ = module_->OnAccountChange();
 }
 
-std::u16string Host::AccountFile(const std::string& relative) const {
+std::u16string Host::AccountFile(const std::string& relative) {
   if (!HasAccount()) throw UsageError{"this command needs --account NAME"};
   if (!IsPlainName(FromUtf8(account_))) {
     throw UsageError{"'" + account_ + "' is not an account name"};
   }
+  Ready();
   return FromUtf8(data_root_ + "Accounts/" + account_ + "/" + relative);
 }
 
+std::string Host::UserFile(StoreId id) const {
+  if (!HasAccount()) throw UsageError{"this command needs --account NAME"};
+  return data_root_ + "Accounts/" + account_ + "/" + Row(id).file;
+}
+
 IUnknown* Host::CreateByProgId(const char16_t* prog_id, REFIID riid) {
+  Ready();
   CLSID clsid;
   void* object = nullptr;
   if (FAILED(CLSIDFromProgID(prog_id, &clsid)) ||
@@ -169,6 +201,7 @@ IUnknown* Host::CreateByProgId(const char16_t* prog_id, REFIID riid) {
 }
 
 IUnknown* Host::Store(StoreId id, const std::u16string& path, HRESULT* opened) {
+  Ready();
   const StoreRow& row = Row(id);
   IUnknown* store = nullptr;
   if (stores_ != nullptr && OpenedFile(id) == path &&
@@ -185,7 +218,8 @@ IUnknown* Host::Store(StoreId id, const std::u16string& path, HRESULT* opened) {
   return store;
 }
 
-std::u16string Host::OpenedFile(StoreId id) const {
+std::u16string Host::OpenedFile(StoreId id) {
+  Ready();
   IModuleDiagnostics* diagnostics = nullptr;
   if (module_ == nullptr || FAILED(module_->QueryInterface(
                                 IID_IModuleDiagnostics, reinterpret_cast<void**>(&diagnostics)))) {

@@ -27,7 +27,7 @@ ComPtr<I> OpenStore(Host& host, StoreId id, const std::u16string& path) {
 }
 
 // Without an account, the default folder the module opens the store on at load.
-std::u16string AccountOrDefaultFile(const Host& host, StoreId id) {
+std::u16string AccountOrDefaultFile(Host& host, StoreId id) {
   return host.HasAccount() ? host.AccountFile(id)
                            : FromUtf8(host.DataRoot() + "Accounts/" + ToUtf8(kDefaultAccount) +
                                       "/" + Row(id).file);
@@ -79,7 +79,7 @@ ComPtr<IRevertDialogStore> OpenRevertDialogs(Host& host) {
                                        host.AccountFile(StoreId::kRevertDialogs));
 }
 
-std::u16string OptionFile(const Host& host, bool user) {
+std::u16string OptionFile(Host& host, bool user) {
   return user ? host.AccountFile(StoreId::kUserOptions)
               : FromUtf8(host.DataRoot() + "Accounts/" + kGlobalOptionsFile);
 }

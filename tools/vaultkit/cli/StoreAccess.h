@@ -24,7 +24,7 @@ ComPtr<IWEZItemStore> OpenItemStore(Host& host);
 ComPtr<IMobileProfileStore> OpenMobileProfile(Host& host);
 ComPtr<IRevertDialogStore> OpenRevertDialogs(Host& host);
 // The account's User.cfg (`user`) or the data root's wez.cfg, and its store.
-std::u16string OptionFile(const Host& host, bool user);
+std::u16string OptionFile(Host& host, bool user);
 ComPtr<IOptionStore> OpenOptions(Host& host, bool user);
 // The offline message store as the client opens it: Init with a site, then OpenAccount.
 ComPtr<ILocalOffMsgStore> OpenOffMsgs(Host& host);

@@ -1,4 +1,4 @@
-// vaultkit [--data-root DIR] [--account NAME] COMMAND ...
+// vaultkit [OPTIONS] COMMAND [ARGS]
 // The command-line client of the component: it loads the module as the client does and
 // offers each store's operations as subcommands.
 #include <chrono>
@@ -13,23 +13,35 @@
 #include "platform/Text.h"
 #include "runtime/UserBaseFolder.h"
 #include "tools/vaultkit/cli/AccountNames.h"
+#include "tools/vaultkit/cli/CommandLine.h"
 #include "tools/vaultkit/cli/Host.h"
 #include "tools/vaultkit/cli/ScratchCopy.h"
 #include "tools/vaultkit/commands/Commands.h"
 
 namespace {
 
+const char kShortUsage[] =
+    "usage: vaultkit [--data-root DIR] [--account NAME] COMMAND [ARGS] [--json]\n"
+    "       vaultkit --help | --version | COMMAND --help\n";
+
 void PrintUsage(const std::vector<std::unique_ptr<vk::cli::Command>>& commands) {
   std::printf(
-      "usage: vaultkit [--data-root DIR] [--account NAME] [--wait SECONDS] COMMAND [ARGS]\n\n"
+      "usage: vaultkit [OPTIONS] COMMAND [ARGS] [--json]\n\n"
       "The Vaultkit storage component, driven as the client drives it: the command\n"
-      "registers the component if needed, creates the module, loads it on the data root\n"
-      "(default: $VAULTKIT_DATA_ROOT, else $XDG_DATA_HOME/vaultkit, else\n"
-      "~/.local/share/vaultkit; ./demo-data for demo), changes to the account when one is\n"
-      "given, runs COMMAND and unloads.\n\n"
-      "A command that changes an account owns it while it runs: when another process (the\n"
-      "client, another vaultkit) owns it, it waits up to --wait seconds (default 5), then\n"
-      "gives up with exit status 3 and names that process.\n\ncommands:\n");
+      "registers the component if needed, creates the module, loads it on the data root,\n"
+      "changes to the account when one is given, runs COMMAND and unloads.\n\n"
+      "options (before or after COMMAND, as --opt VALUE or --opt=VALUE; after --, every\n"
+      "word is a value):\n"
+      "  --data-root DIR  default: $VAULTKIT_DATA_ROOT, else $XDG_DATA_HOME/vaultkit, else\n"
+      "                   ~/.local/share/vaultkit; ./demo-data for demo\n"
+      "  --account NAME   the account folder Accounts/NAME\n"
+      "  --create         a command that writes may create the account NAME\n"
+      "  --wait SECONDS   how long a command that writes waits for another process that\n"
+      "                   owns the account (default 5), before exit status 3\n"
+      "  --dry-run        run on a private copy; print what would be deleted or replaced\n"
+      "  --yes            delete or replace without asking (needed without a terminal)\n\n"
+      "A command that only reads runs the component on a private copy of the account and\n"
+      "changes nothing under the data root.\n\ncommands:\n");
   for (const auto& c : commands) std::printf("  %-10s %s\n", c->Name(), c->Summary());
   std::printf(
       "\n'vaultkit COMMAND --help' describes a command. Read commands take --json.\n"
@@ -41,17 +53,12 @@ void PrintUsage(const std::vector<std::unique_ptr<vk::cli::Command>>& commands) 
 // nothing under the data root changes; what the run set aside as damaged is reported, and a
 // damaged file fails the command as a store that cannot read its file does.
 int RunOnCopy(vk::cli::Command& command, const std::string& data_root, const std::string& account,
-              const std::vector<std::string>& args) {
+              const vk::cli::Args& args, vk::cli::Consent consent) {
   vk::cli::Host::CheckDataRoot(data_root);
-  // Reading an account that is not there is a mistake to report, not an account to make.
-  std::error_code ec;
-  if (!account.empty() &&
-      !std::filesystem::is_directory(std::filesystem::path(data_root) / "Accounts" / account, ec)) {
-    throw vk::cli::NotFound{"no account '" + account + "' under " + data_root +
-                            "/Accounts; accounts: " + vk::cli::AccountList(data_root)};
-  }
   vk::cli::ScratchCopy copy(data_root, account);
-  vk::cli::Host host(copy.DataRoot(), account, data_root);
+  vk::cli::Host host(copy.DataRoot(), account, data_root, consent);
+  // Reading an account that is not there is a mistake to report, not an account to make.
+  host.RequireAccount(data_root, "");
   auto report_damaged = [&] {
     const std::vector<std::string> damaged = copy.NewlyDamaged();
     for (const std::string& file : damaged) {
@@ -69,7 +76,6 @@ int RunOnCopy(vk::cli::Command& command, const std::string& data_root, const std
   };
   int status;
   try {
-    host.Load();
     status = command.Run(host, args);
   } catch (vk::cli::UsageError& e) {
     mend(e.message);
@@ -90,86 +96,58 @@ int RunOnCopy(vk::cli::Command& command, const std::string& data_root, const std
 }  // namespace
 
 int main(int argc, char** argv) {
+  using vk::cli::CommandLine;
   auto commands = vk::cli::AllCommands();
-  std::string data_root, account;
-  bool data_root_given = false;
-  long wait_ms = 5000;  // how long a command that writes waits for the account's owner
-  int i = 1;
-  for (; i < argc; ++i) {
-    std::string arg = argv[i];
-    if ((arg == "--data-root" || arg == "--account" || arg == "--wait") && i + 1 >= argc) {
-      std::fprintf(stderr, "vaultkit: %s needs a value\n", arg.c_str());
-      return vk::cli::kExitUsage;
-    }
-    if (arg == "--data-root") {
-      data_root = argv[++i];
-      data_root_given = true;
-    } else if (arg == "--account") {
-      account = argv[++i];
-      if (!IsPlainName(vk::FromUtf8(account))) {
-        std::fprintf(stderr,
-                     "vaultkit: --account '%s' is not an account name: one folder name below "
-                     "Accounts, without '/' or '\\'\n",
-                     account.c_str());
+  try {
+    CommandLine line = vk::cli::ParseCommandLine(argc, argv);
+    switch (line.ask) {
+      case CommandLine::Ask::kUsage:
+        std::fputs(kShortUsage, stderr);
         return vk::cli::kExitUsage;
-      }
-    } else if (arg == "--wait") {
-      const std::string value = argv[++i];
-      char* end = nullptr;
-      const long seconds = std::strtol(value.c_str(), &end, 10);
-      if (value.empty() || *end != '\0' || seconds < 0 || seconds > 3600) {
-        std::fprintf(stderr, "vaultkit: --wait takes a number of seconds from 0 to 3600\n");
-        return vk::cli::kExitUsage;
-      }
-      wait_ms = seconds * 1000;
-    } else if (arg == "--help" || arg == "-h") {
-      PrintUsage(commands);
-      return 0;
-    } else if (arg == "--version") {
-      std::printf("vaultkit %s\n", VK_VERSION);
-      return 0;
-    } else if (!arg.empty() && arg[0] == '-') {
-      std::fprintf(stderr, "vaultkit: unknown option %s (see vaultkit --help)\n", arg.c_str());
-      return vk::cli::kExitUsage;
-    } else {
-      break;
+      case CommandLine::Ask::kHelp:
+        PrintUsage(commands);
+        return vk::cli::kExitOk;
+      case CommandLine::Ask::kVersion:
+        std::printf("vaultkit %s\n", VK_VERSION);
+        return vk::cli::kExitOk;
+      default:
+        break;
     }
-  }
-  if (i >= argc) {
-    PrintUsage(commands);
-    return vk::cli::kExitUsage;
-  }
-  std::string name = argv[i++];
-  std::vector<std::string> args(argv + i, argv + argc);
-  vk::cli::Command* command = nullptr;
-  for (auto& c : commands) {
-    if (name == c->Name()) command = c.get();
-  }
-  if (command == nullptr) {
-    std::fprintf(stderr, "vaultkit: unknown command '%s' (see vaultkit --help)\n", name.c_str());
-    return vk::cli::kExitUsage;
-  }
-  if (vk::cli::WantsHelp(args)) {
-    std::printf("%s", command->Help());
-    return 0;
-  }
-  if (name == "demo" && account.empty()) account = "alice";
-  if (!data_root_given) {
-    const char* env = std::getenv("VAULTKIT_DATA_ROOT");
-    data_root = name == "demo" ? "demo-data" : (env != nullptr && *env ? env : "");
-    if (data_root.empty()) {
+    vk::cli::Command* command = nullptr;
+    for (auto& c : commands) {
+      if (line.command == c->Name()) command = c.get();
+    }
+    if (command == nullptr) {
+      throw vk::cli::UsageError{"unknown command '" + line.command + "' (see vaultkit --help)"};
+    }
+    if (line.ask == CommandLine::Ask::kCommandHelp) {
+      std::printf("%s", command->Help());
+      return vk::cli::kExitOk;
+    }
+    const bool demo = line.command == "demo";
+    if (demo && line.account.empty()) line.account = "alice";
+    if (line.data_root.empty()) {
+      const char* env = std::getenv("VAULTKIT_DATA_ROOT");
+      line.data_root = demo ? "demo-data" : (env != nullptr && *env ? env : "");
+    }
+    if (line.data_root.empty()) {
       // The component's own rule for its data root, so that both agree.
       const std::string data_home = vk::UserBaseFolder("XDG_DATA_HOME", ".local/share");
-      data_root = (data_home.empty() ? std::string(".") : data_home) + "/vaultkit";
+      line.data_root = (data_home.empty() ? std::string(".") : data_home) + "/vaultkit";
     }
-  }
-  try {
-    if (!command->LoadsComponent()) return command->RunUnloaded({data_root, account}, args);
-    if (!command->Writes(args)) return RunOnCopy(*command, data_root, account, args);
-    vk::cli::Host host(data_root, account);
-    host.ClaimAccount(std::chrono::milliseconds(wait_ms));
-    host.Load();
-    return command->Run(host, args);
+    // The demo makes and remakes its own sample account: it neither asks nor needs --create.
+    const vk::cli::Consent consent{line.yes || demo, line.dry_run};
+    if (!command->LoadsComponent()) {
+      return command->RunUnloaded({line.data_root, line.account}, line.args);
+    }
+    if (!command->Writes(line.args) || line.dry_run) {
+      return RunOnCopy(*command, line.data_root, line.account, line.args, consent);
+    }
+    vk::cli::Host host(line.data_root, line.account, "", consent);
+    // A mistyped account name is not a new account: only --create (or the demo) makes one.
+    if (!line.create && !demo) host.RequireAccount(line.data_root, "; --create makes it");
+    host.ClaimAccountFirst(std::chrono::milliseconds(line.wait_ms));
+    return command->Run(host, line.args);
   } catch (const vk::cli::UsageError& e) {
     std::fprintf(stderr, "vaultkit: %s\n", e.message.c_str());
     return vk::cli::kExitUsage;

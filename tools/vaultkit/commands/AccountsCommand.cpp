@@ -16,11 +16,11 @@ class AccountsCommand : public Command {
            "The accounts under DIR/Accounts, one per line (the default folder \"0\" left\n"
            "out). Reads the folder only; nothing is loaded or created.\n";
   }
-  int Run(Host&, const std::vector<std::string>&) override { return kExitUsage; }
+  int Run(Host&, const Args&) override { return kExitUsage; }
   bool LoadsComponent() const override { return false; }
-  int RunUnloaded(const Location& location, const std::vector<std::string>& all) override {
-    std::vector<std::string> args = all;
-    const bool json = TakeFlag(args, "--json");
+  int RunUnloaded(const Location& location, const Args& all) override {
+    Args args = all;
+    const bool json = args.TakeFlag("--json");
     if (!args.empty()) throw UsageError{"accounts takes no arguments but --json"};
     const std::vector<std::string> names = AccountNames(location.data_root);
     if (json) {

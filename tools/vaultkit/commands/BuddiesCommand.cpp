@@ -18,7 +18,7 @@ class BuddiesCommand : public Command {
     return "named fields about buddies (WEZProfilePro.dat, enciphered)";
   }
   const char* Help() const override;
-  int Run(Host& host, const std::vector<std::string>& args) override;
+  int Run(Host& host, const Args& args) override;
 };
 
 namespace {
@@ -109,9 +109,9 @@ const char* BuddiesCommand::Help() const {
          "client).\n";
 }
 
-int BuddiesCommand::Run(Host& host, const std::vector<std::string>& all) {
-  std::vector<std::string> args = all;
-  bool json = TakeFlag(args, "--json");
+int BuddiesCommand::Run(Host& host, const Args& all) {
+  Args args = all;
+  bool json = args.TakeFlag("--json");
   if (args.size() < 2) {
     throw UsageError{"buddies needs an action and an ACCOUNT: set, get, fields or delete"};
   }

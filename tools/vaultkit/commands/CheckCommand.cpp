@@ -18,9 +18,9 @@ class CheckCommand : public Command {
     return "examine an account folder's files as the stores read them; changes nothing";
   }
   const char* Help() const override;
-  int Run(Host& host, const std::vector<std::string>& args) override;
+  int Run(Host& host, const Args& args) override;
   bool LoadsComponent() const override { return false; }
-  int RunUnloaded(const Location& location, const std::vector<std::string>& args) override;
+  int RunUnloaded(const Location& location, const Args& args) override;
 };
 
 namespace {
@@ -125,13 +125,13 @@ const char* CheckCommand::Help() const {
          "command line, 3 the folder cannot be listed.\n";
 }
 
-int CheckCommand::Run(Host& host, const std::vector<std::string>& args) {
+int CheckCommand::Run(Host& host, const Args& args) {
   return RunUnloaded({host.DataRoot(), host.HasAccount() ? host.Account() : ""}, args);
 }
 
-int CheckCommand::RunUnloaded(const Location& location, const std::vector<std::string>& all) {
-  std::vector<std::string> args = all;
-  bool json = TakeFlag(args, "--json");
+int CheckCommand::RunUnloaded(const Location& location, const Args& all) {
+  Args args = all;
+  bool json = args.TakeFlag("--json");
   if (args.size() > 1) throw UsageError{"check takes at most one ACCOUNT-FOLDER"};
   for (const std::string& arg : args) {
     if (arg.starts_with("-")) throw UsageError{"check: unknown option " + arg};

@@ -18,7 +18,7 @@ class DecipherCommand : public Command {
     return "print an enciphered .dat file as plain XML, with the key of its folder";
   }
   const char* Help() const override;
-  int Run(Host& host, const std::vector<std::string>& args) override;
+  int Run(Host& host, const Args& args) override;
 };
 
 const char* DecipherCommand::Help() const {
@@ -31,9 +31,9 @@ const char* DecipherCommand::Help() const {
          "stores would start empty on such a file.\n";
 }
 
-int DecipherCommand::Run(Host&, const std::vector<std::string>& all) {
-  std::vector<std::string> args = all;
-  bool json = TakeFlag(args, "--json");
+int DecipherCommand::Run(Host&, const Args& all) {
+  Args args = all;
+  bool json = args.TakeFlag("--json");
   if (args.size() != 1) throw UsageError{"inspect takes one FILE"};
   const std::string& file = args[0];
   // The key comes from the folder's name, so a relative path is made whole first.

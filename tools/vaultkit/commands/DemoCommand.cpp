@@ -18,7 +18,7 @@ class DemoCommand : public Command {
   const char* Name() const override { return "demo"; }
   const char* Summary() const override { return "a scripted tour on ./demo-data"; }
   const char* Help() const override;
-  int Run(Host& host, const std::vector<std::string>& args) override;
+  int Run(Host& host, const Args& args) override;
   // It builds its account: the tour is the point.
   bool Writes(const std::vector<std::string>&) const override { return true; }
 
@@ -72,7 +72,7 @@ int DemoCommand::Step(Host& host, const std::string& command, std::vector<std::s
     if (command != c->Name()) continue;
     int status = kExitOk;
     try {
-      status = c->Run(host, args);
+      status = c->Run(host, Args(args, args.size()));
     } catch (const NotFound& e) {
       std::printf("vaultkit: %s\n", e.message.c_str());
       status = kExitNotFound;
@@ -86,7 +86,7 @@ int DemoCommand::Step(Host& host, const std::string& command, std::vector<std::s
   return kExitUsage;
 }
 
-int DemoCommand::Run(Host& host, const std::vector<std::string>& args) {
+int DemoCommand::Run(Host& host, const Args& args) {
   if (!args.empty()) throw UsageError{"demo takes no arguments"};
   int failures = 0;
   // The status shows a failed load as it is (while store classes are missing) without

@@ -1,8 +1,10 @@
 #include <cstdio>
+#include <filesystem>
 
 #include "platform/Text.h"
 #include "tools/vaultkit/cli/Host.h"
 #include "tools/vaultkit/cli/Json.h"
+#include "tools/vaultkit/cli/SetAside.h"
 #include "tools/vaultkit/cli/StoreAccess.h"
 #include "tools/vaultkit/cli/Table.h"
 #include "tools/vaultkit/commands/Commands.h"
@@ -15,7 +17,7 @@ class DialogsCommand : public Command {
   const char* Name() const override { return "dialogs"; }
   const char* Summary() const override { return "dialogs waiting for a reply (RevertDialog.xml)"; }
   const char* Help() const override;
-  int Run(Host& host, const std::vector<std::string>& args) override;
+  int Run(Host& host, const Args& args) override;
 };
 
 namespace {
@@ -141,16 +143,44 @@ const char* DialogsCommand::Help() const {
          "                            (these two store 1 for 1 and 0 for anything else;\n"
          "                            OfflineToOnline is reset to 0 at every start)\n"
          "  reset                     replace the file by an empty one\n"
+         "reset, and a RevertOpenConfig other than 0, 1 or 2, ask first (--yes: do not ask;\n"
+         "--dry-run: only say what would go) and keep a copy as RevertDialog.xml.removed-TIME.\n"
          "Every action loads the file and saves it at once; a file without Dialogroot or im\n"
          "is refused (exit 3) and left as it is.\n";
 }
 
-int DialogsCommand::Run(Host& host, const std::vector<std::string>& all) {
-  std::vector<std::string> args = all;
-  bool json = TakeFlag(args, "--json");
+int DialogsCommand::Run(Host& host, const Args& all) {
+  Args args = all;
+  bool json = args.TakeFlag("--json");
   if (args.empty()) throw UsageError{"dialogs needs an action: list, add, remove, ..."};
   const std::string& action = args[0];
   std::vector<std::string> rest(args.begin() + 1, args.end());
+  CheckAction("dialogs", args,
+              {{"list", ""},
+               {"switches", ""},
+               {"add", "A B C D [RECEIVER]"},
+               {"remove", "KEY"},
+               {"set", "SWITCH VALUE"},
+               {"reset", ""}});
+  // Emptying the file, or a RevertOpenConfig with which the next start recreates it, loses
+  // every dialog: asked first, and the file is copied beside itself.
+  const bool loses_all =
+      action == "reset" || (action == "set" && rest[0] == "RevertOpenConfig" &&
+                            (ParseInt32(rest[1], "VALUE") < 0 || ParseInt32(rest[1], "VALUE") > 2));
+  if (loses_all) {
+    const std::string file = host.UserFile(StoreId::kRevertDialogs);
+    const std::string what = action == "reset" ? "empty RevertDialog.xml"
+                                               : "set RevertOpenConfig " + rest[1] +
+                                                     ", with which the client's next start "
+                                                     "recreates RevertDialog.xml";
+    if (!host.Confirm(what + ", losing every dialog in it (a copy is kept as " +
+                      "RevertDialog.xml.removed-TIME)")) {
+      return kExitOk;
+    }
+    if (IsRegularFile(file)) {
+      SetAside(file, std::filesystem::path(file).parent_path().string(), "RevertDialog.xml");
+    }
+  }
   ComPtr<IRevertDialogStore> store = OpenRevertDialogs(host);
   if (action == "list" && rest.empty()) return List(store.get(), json);
   if (action == "switches" && rest.empty()) return Switches(store.get(), json);

@@ -18,7 +18,7 @@ class GridCommand : public Command {
     return "the user grid: a number per nickname (UserGrid.xml)";
   }
   const char* Help() const override;
-  int Run(Host& host, const std::vector<std::string>& args) override;
+  int Run(Host& host, const Args& args) override;
 };
 
 namespace {
@@ -60,10 +60,17 @@ const char* GridCommand::Help() const {
          "client; when this command ends here).\n";
 }
 
-int GridCommand::Run(Host& host, const std::vector<std::string>& all) {
-  std::vector<std::string> args = all;
-  bool json = TakeFlag(args, "--json");
+int GridCommand::Run(Host& host, const Args& all) {
+  Args args = all;
+  bool json = args.TakeFlag("--json");
   if (args.empty()) throw UsageError{"grid needs an action: get, set, list, clear or version"};
+  CheckAction("grid", args,
+              {{"get", "NICK"},
+               {"set", "NICK VALUE:i"},
+               {"list", ""},
+               {"clear", ""},
+               {"version", "get"},
+               {"version", "set N:i"}});
   ComPtr<IUserGrid> grid = OpenUserGrid(host);
   const std::string& action = args[0];
   std::vector<std::string> rest(args.begin() + 1, args.end());

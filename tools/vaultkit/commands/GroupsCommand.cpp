@@ -19,7 +19,7 @@ class GroupsCommand : public Command {
   const char* Name() const override { return "groups"; }
   const char* Summary() const override { return "the six contact-group trees (Group.dat, ...)"; }
   const char* Help() const override;
-  int Run(Host& host, const std::vector<std::string>& args) override;
+  int Run(Host& host, const Args& args) override;
 };
 
 namespace {
@@ -188,9 +188,9 @@ const char* GroupsCommand::Help() const {
          "rename, delete and the member edits: it is replaced by import only.\n";
 }
 
-int GroupsCommand::Run(Host& host, const std::vector<std::string>& all) {
-  std::vector<std::string> args = all;
-  bool json = TakeFlag(args, "--json");
+int GroupsCommand::Run(Host& host, const Args& all) {
+  Args args = all;
+  bool json = args.TakeFlag("--json");
   if (args.empty()) throw UsageError{"groups needs an action: tree, add, members, import, ..."};
   const std::string action = args[0];
   if (action == "import") {

@@ -1,9 +1,11 @@
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 
 #include "tools/vaultkit/cli/Host.h"
 #include "tools/vaultkit/cli/Json.h"
 #include "tools/vaultkit/cli/RecordInput.h"
+#include "tools/vaultkit/cli/SetAside.h"
 #include "tools/vaultkit/cli/StoreAccess.h"
 #include "tools/vaultkit/cli/Table.h"
 #include "tools/vaultkit/commands/Commands.h"
@@ -18,7 +20,7 @@ class ItemsCommand : public Command {
     return "named items of id=value fields: the external buddies (WEZExtBuddy.xml)";
   }
   const char* Help() const override;
-  int Run(Host& host, const std::vector<std::string>& args) override;
+  int Run(Host& host, const Args& args) override;
 };
 
 namespace {
@@ -92,13 +94,15 @@ const char* ItemsCommand::Help() const {
          "  export and merge never overwrite a field the target has; export replaces a FILE\n"
          "  that is not XML by an empty item file, keeping the old bytes as\n"
          "  FILE.damaged-<time>. Ids and values are read back cut to 255 characters.\n"
+         "  export to a FILE that exists asks first (--yes, --dry-run) and keeps a copy of\n"
+         "  it as FILE.removed-<time>.\n"
          "Changes are written to WEZExtBuddy.xml when the store is flushed (every 60 s in the\n"
          "client; when this command ends here).\n";
 }
 
-int ItemsCommand::Run(Host& host, const std::vector<std::string>& all) {
-  std::vector<std::string> args = all;
-  bool json = TakeFlag(args, "--json");
+int ItemsCommand::Run(Host& host, const Args& all) {
+  Args args = all;
+  bool json = args.TakeFlag("--json");
   if (args.empty()) throw UsageError{"items needs an action (see vaultkit items --help)"};
   const std::string& action = args[0];
   std::vector<std::string> rest(args.begin() + 1, args.end());
@@ -114,6 +118,17 @@ int ItemsCommand::Run(Host& host, const std::vector<std::string>& all) {
   }
   if (action == "set" && records.empty()) throw UsageError{"items set needs ID=VALUE fields"};
 
+  if (action == "export" && IsRegularFile(rest[0])) {
+    // The store replaces a FILE that is not an item file; a file of the user's goes only when
+    // the user agrees, and a copy stays beside it.
+    if (!host.Confirm("write the items into the existing file " + rest[0] +
+                      ", replacing it when it is not an item file (a copy is kept as " + rest[0] +
+                      ".removed-TIME)")) {
+      return kExitOk;
+    }
+    const std::filesystem::path path = std::filesystem::absolute(rest[0]);
+    SetAside(path.string(), path.parent_path().string(), path.filename().string());
+  }
   ComPtr<IWEZItemStore> store = OpenItemStore(host);
   std::u16string first = rest.empty() ? u"" : FromUtf8(rest[0]);
   LONG count = static_cast<LONG>(records.size());

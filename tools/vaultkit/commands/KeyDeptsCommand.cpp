@@ -16,7 +16,7 @@ class KeyDeptsCommand : public Command {
   const char* Name() const override { return "keydepts"; }
   const char* Summary() const override { return "key departments per nickname (KeyDepts.xml)"; }
   const char* Help() const override;
-  int Run(Host& host, const std::vector<std::string>& args) override;
+  int Run(Host& host, const Args& args) override;
 };
 
 namespace {
@@ -63,10 +63,17 @@ const char* KeyDeptsCommand::Help() const {
          "  version get|set N   the file's version\n";
 }
 
-int KeyDeptsCommand::Run(Host& host, const std::vector<std::string>& all) {
-  std::vector<std::string> args = all;
-  bool json = TakeFlag(args, "--json");
+int KeyDeptsCommand::Run(Host& host, const Args& all) {
+  Args args = all;
+  bool json = args.TakeFlag("--json");
   if (args.empty()) throw UsageError{"keydepts needs an action: get, set, list, reset-if-expired"};
+  CheckAction("keydepts", args,
+              {{"get", "NICK"},
+               {"set", "NICK ID:u..."},
+               {"list", ""},
+               {"reset-if-expired", ""},
+               {"version", "get"},
+               {"version", "set N:i"}});
   ComPtr<IKeyDepts> store = OpenKeyDepts(host);
   const std::string& action = args[0];
   std::vector<std::string> rest(args.begin() + 1, args.end());

@@ -15,7 +15,7 @@ class LeaderCommand : public Command {
   const char* Name() const override { return "leader"; }
   const char* Summary() const override { return "department leaders (Leader.xml)"; }
   const char* Help() const override;
-  int Run(Host& host, const std::vector<std::string>& args) override;
+  int Run(Host& host, const Args& args) override;
 };
 
 namespace {
@@ -57,10 +57,18 @@ const char* LeaderCommand::Help() const {
          "                            store writes (its version lookup never matches them)\n";
 }
 
-int LeaderCommand::Run(Host& host, const std::vector<std::string>& all) {
-  std::vector<std::string> args = all;
-  bool json = TakeFlag(args, "--json");
+int LeaderCommand::Run(Host& host, const Args& all) {
+  Args args = all;
+  bool json = args.TakeFlag("--json");
   if (args.empty()) throw UsageError{"leader needs an action: get, set, list, delete, ..."};
+  CheckAction("leader", args,
+              {{"get", "DEPT:i"},
+               {"set", "DEPT:i VERSION:u LEADER:i"},
+               {"list", ""},
+               {"delete", "DEPT:i"},
+               {"reset-if-expired", ""},
+               {"version", "get"},
+               {"version", "set N:i"}});
   ComPtr<IDeptLeader> store = OpenDeptLeader(host);
   const std::string& action = args[0];
   std::vector<std::string> rest(args.begin() + 1, args.end());

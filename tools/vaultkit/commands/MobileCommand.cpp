@@ -18,18 +18,18 @@ class MobileCommand : public Command {
     return "the mobile profile: entries with names unique regardless of case (MobileProfile.xml)";
   }
   const char* Help() const override;
-  int Run(Host& host, const std::vector<std::string>& args) override;
+  int Run(Host& host, const Args& args) override;
 };
 
 namespace {
 
 // NAME followed by --gid N, --number N, --zpno N and --info TEXT in any order.
-MobileProfileItem EntryArguments(std::vector<std::string> args) {
+MobileProfileItem EntryArguments(Args args) {
   MobileProfileItem entry{};
-  std::string gid = TakeOption(args, "--gid", "0");
-  FillField(entry.Number, TakeOption(args, "--number", ""), "--number");
-  FillField(entry.ZPNO, TakeOption(args, "--zpno", ""), "--zpno");
-  FillField(entry.INFO, TakeOption(args, "--info", ""), "--info");
+  std::string gid = args.TakeOption("--gid", "0");
+  FillField(entry.Number, args.TakeOption("--number", ""), "--number");
+  FillField(entry.ZPNO, args.TakeOption("--zpno", ""), "--zpno");
+  FillField(entry.INFO, args.TakeOption("--info", ""), "--info");
   if (args.size() != 1) throw UsageError{"mobile add takes one NAME and the options in --help"};
   FillField(entry.Name, args[0], "NAME");
   entry.GID = ParseInt32(gid, "--gid");
@@ -83,9 +83,9 @@ const char* MobileCommand::Help() const {
          "the client; when this command ends here).\n";
 }
 
-int MobileCommand::Run(Host& host, const std::vector<std::string>& all) {
-  std::vector<std::string> args = all;
-  bool json = TakeFlag(args, "--json");
+int MobileCommand::Run(Host& host, const Args& all) {
+  Args args = all;
+  bool json = args.TakeFlag("--json");
   if (args.empty()) throw UsageError{"mobile needs an action (see vaultkit mobile --help)"};
   const std::string& action = args[0];
   std::vector<std::string> rest(args.begin() + 1, args.end());
@@ -94,7 +94,7 @@ int MobileCommand::Run(Host& host, const std::vector<std::string>& all) {
     throw UsageError{"unknown or incomplete mobile action (see vaultkit mobile --help)"};
   }
   MobileProfileItem entry{};
-  if (action == "add") entry = EntryArguments(rest);
+  if (action == "add") entry = EntryArguments(args.Tail());
 
   ComPtr<IMobileProfileStore> store = OpenMobileProfile(host);
   if (action == "add") {

@@ -1,9 +1,11 @@
 #include <cstdio>
+#include <filesystem>
 
 #include "platform/Text.h"
 #include "samples/OffMsgSamples.h"
 #include "tools/vaultkit/cli/Host.h"
 #include "tools/vaultkit/cli/Json.h"
+#include "tools/vaultkit/cli/SetAside.h"
 #include "tools/vaultkit/cli/StoreAccess.h"
 #include "tools/vaultkit/cli/Table.h"
 #include "tools/vaultkit/commands/Commands.h"
@@ -17,7 +19,7 @@ class OffMsgCommand : public Command {
   const char* Name() const override { return "offmsg"; }
   const char* Summary() const override { return "offline messages (OffMsgFiles)"; }
   const char* Help() const override;
-  int Run(Host& host, const std::vector<std::string>& args) override;
+  int Run(Host& host, const Args& args) override;
 };
 
 namespace {
@@ -109,14 +111,46 @@ int Show(ILocalOffMsgStore* store, const std::string& id, bool json) {
 // The channel files come from the client's network side, not from the store, whose interface
 // only reads and deletes them; so the command writes them as the tests do, through the shared
 // sample writer, which stands on the platform layer alone and is no part of any store.
-int Generate(Host& host, std::vector<std::string> args) {
-  int32_t conversations = ParseInt32(TakeOption(args, "--conversations", "3"), "N");
-  int32_t records = ParseInt32(TakeOption(args, "--records", "6"), "M");
-  int32_t channel = ParseInt32(TakeOption(args, "--channel", "0"), "CHANNEL");
+std::string ChannelFolder(Host& host, LONG channel) {
+  return ToUtf8(
+      samples::OffMsgChannelFolder(FromUtf8(host.DataRoot()), FromUtf8(host.Account()), channel));
+}
+
+// The channels a store call may clear (by its rule, every regular file of a channel's folder
+// goes) are copied first into OffMsgFiles, which no call clears, after the user agreed to
+// `what`. True: go on; false: a dry run, nothing copied or changed.
+bool ConfirmClearing(Host& host, const std::vector<LONG>& channels, const std::string& what) {
+  std::vector<std::string> files;
+  for (LONG channel : channels) {
+    for (const std::string& file : RegularFiles(ChannelFolder(host, channel)))
+      files.push_back(file);
+  }
+  if (files.empty()) return true;
+  std::string listing;
+  for (const std::string& file : files) listing += "\n  " + host.Shown(file);
+  if (!host.Confirm(what + ", deleting" + listing + "\n(copies are kept in OffMsgFiles as " +
+                    "NAME.removed-TIME)")) {
+    return false;
+  }
+  for (const std::string& file : files) {
+    const std::filesystem::path path(file);
+    SetAside(file, path.parent_path().parent_path().string(),
+             path.parent_path().filename().string() + "-" + path.filename().string());
+  }
+  return true;
+}
+
+int Generate(Host& host, Args args) {
+  int32_t conversations = ParseInt32(args.TakeOption("--conversations", "3"), "N");
+  int32_t records = ParseInt32(args.TakeOption("--records", "6"), "M");
+  int32_t channel = ParseInt32(args.TakeOption("--channel", "0"), "CHANNEL");
   if (!args.empty()) throw UsageError{"unknown generate option " + args[0]};
   if (channel != 0 && channel != 2) throw UsageError{"CHANNEL is 0 (IM) or 2 (discussions)"};
   if (conversations < 1 || records < 0 || records > 1000000) {
     throw UsageError{"N must be at least 1 and M between 0 and 1000000"};
+  }
+  if (!ConfirmClearing(host, {channel}, "replace the offline channel " + std::to_string(channel))) {
+    return kExitOk;
   }
   std::u16string root = FromUtf8(host.DataRoot());
   std::u16string account = FromUtf8(host.Account());
@@ -148,21 +182,50 @@ const char* OffMsgCommand::Help() const {
          "                  tell)\n"
          "  count           DataSum of both channels; -1 when neither has an index\n"
          "  latest          per channel the latest CreateTime and the Addr of its record\n"
-         "  check           clear a channel that has only one of its two files\n"
+         "  repair          clear a channel that has only one of its two files\n"
          "  clear-empty     delete the files of every channel whose DataSum is 0 or less\n"
          "  generate [--channel 0|2] [--conversations N] [--records M]\n"
-         "                  write a sample channel (index and zlib bodies), replacing it\n";
+         "                  write a sample channel (index and zlib bodies), replacing it\n"
+         "repair, clear-empty and generate over an existing channel list the files they\n"
+         "would delete and ask first (--yes: do not ask; --dry-run: only list them); each\n"
+         "file is copied to OffMsgFiles/CHANNEL-NAME.removed-TIME before it goes.\n";
 }
 
-int OffMsgCommand::Run(Host& host, const std::vector<std::string>& all) {
-  std::vector<std::string> args = all;
-  bool json = TakeFlag(args, "--json");
+int OffMsgCommand::Run(Host& host, const Args& all) {
+  Args args = all;
+  bool json = args.TakeFlag("--json");
   if (args.empty()) throw UsageError{"offmsg needs an action: list, show, delete, ..."};
   const std::string& action = args[0];
   std::vector<std::string> rest(args.begin() + 1, args.end());
   if (action == "generate") {
     if (!host.HasAccount()) throw UsageError{"offline messages need --account NAME"};
-    return Generate(host, rest);
+    return Generate(host, args.Tail());
+  }
+  CheckAction("offmsg", args,
+              {{"list", ""},
+               {"show", "ID"},
+               {"delete", "ID"},
+               {"count", ""},
+               {"latest", ""},
+               {"repair", ""},
+               {"clear-empty", ""}});
+  // What repair and clear-empty may delete is agreed to and copied before the store opens.
+  if (action == "repair") {
+    // A channel with exactly one of its two files is cleared whole by the store.
+    std::vector<LONG> lone;
+    for (LONG channel : {0, 2}) {
+      const std::string base = ChannelFolder(host, channel) + host.Account();
+      if (IsRegularFile(base + ".xml") != IsRegularFile(base + ".txt")) lone.push_back(channel);
+    }
+    if (!lone.empty() &&
+        !ConfirmClearing(host, lone, "clear the channel(s) that have only one of their files")) {
+      return kExitOk;
+    }
+  }
+  // The store reads each channel's count itself; whatever it may clear is kept first.
+  if (action == "clear-empty" &&
+      !ConfirmClearing(host, {0, 2}, "clear each channel whose count is 0 or unreadable")) {
+    return kExitOk;
   }
   ComPtr<ILocalOffMsgStore> store = OpenOffMsgs(host);
   if (action == "list" && rest.empty()) return List(store.get(), json);
@@ -196,7 +259,7 @@ int OffMsgCommand::Run(Host& host, const std::vector<std::string>& all) {
     }
     return kExitOk;
   }
-  if (action == "check" && rest.empty()) {
+  if (action == "repair") {
     LONG consistent = 0;
     if (int status = Report("CheckFiles", store->CheckFiles(&consistent)); status != kExitOk) {
       return status;
@@ -205,7 +268,7 @@ int OffMsgCommand::Run(Host& host, const std::vector<std::string>& all) {
                                 : "a channel with only one of its files was cleared\n");
     return kExitOk;
   }
-  if (action == "clear-empty" && rest.empty()) {
+  if (action == "clear-empty") {
     return Report("ClearEmptyChannels", store->ClearEmptyChannels());
   }
   throw UsageError{"unknown or incomplete offmsg action (see vaultkit offmsg --help)"};

@@ -18,7 +18,7 @@ class OptionsCommand : public Command {
   const char* Name() const override { return "options"; }
   const char* Summary() const override { return "read and write wez.cfg and User.cfg options"; }
   const char* Help() const override;
-  int Run(Host& host, const std::vector<std::string>& args) override;
+  int Run(Host& host, const Args& args) override;
 
  private:
   int List(const std::u16string& path, bool json);
@@ -73,16 +73,25 @@ const char* OptionsCommand::Help() const {
          "and uses Accounts/NAME/User.cfg.\n";
 }
 
-int OptionsCommand::Run(Host& host, const std::vector<std::string>& all) {
-  std::vector<std::string> args = all;
-  bool user = TakeFlag(args, "--user");
-  bool json = TakeFlag(args, "--json");
+int OptionsCommand::Run(Host& host, const Args& all) {
+  Args args = all;
+  bool user = args.TakeFlag("--user");
+  bool json = args.TakeFlag("--json");
   if (args.empty()) throw UsageError{"options needs an action: get, set, list, ..."};
+  CheckAction("options", args,
+              {{"get", "KEY"},
+               {"get-int", "KEY"},
+               {"set", "KEY VALUE"},
+               {"set-string", "KEY VALUE"},
+               {"get-struct", "KEY SIZE:u"},
+               {"set-struct", "KEY HEX"},
+               {"list", ""}});
+  const std::string& action = args[0];
+  if (action == "set-struct") ParseHex(args[2]);
   const std::u16string path = OptionFile(host, user);
   ComPtr<IOptionStore> held = OpenOptions(host, user);
   IOptionStore* store = held.get();
 
-  const std::string& action = args[0];
   auto need = [&](size_t n) {
     if (args.size() != n + 1) {
       throw UsageError{"options " + action + " takes " + std::to_string(n) + " argument(s)"};

@@ -19,7 +19,7 @@ class PortalCommand : public Command {
   const char* Name() const override { return "portal"; }
   const char* Summary() const override { return "the enterprise portal (PortalIcon/EPortal.xml)"; }
   const char* Help() const override;
-  int Run(Host& host, const std::vector<std::string>& args) override;
+  int Run(Host& host, const Args& args) override;
 };
 
 namespace {
@@ -134,9 +134,9 @@ const char* PortalCommand::Help() const {
          "  version get|set N     the document's version\n";
 }
 
-int PortalCommand::Run(Host& host, const std::vector<std::string>& all) {
-  std::vector<std::string> args = all;
-  bool json = TakeFlag(args, "--json");
+int PortalCommand::Run(Host& host, const Args& all) {
+  Args args = all;
+  bool json = args.TakeFlag("--json");
   if (args.empty()) throw UsageError{"portal needs an action: show, install or version"};
   const std::string& action = args[0];
   std::vector<std::string> rest(args.begin() + 1, args.end());

@@ -18,7 +18,7 @@ class ProfilesCommand : public Command {
     return "user profiles by nickname (WEZProfile.dat, enciphered)";
   }
   const char* Help() const override;
-  int Run(Host& host, const std::vector<std::string>& args) override;
+  int Run(Host& host, const Args& args) override;
 };
 
 namespace {
@@ -142,14 +142,24 @@ const char* ProfilesCommand::Help() const {
          "instead, and deleted by that first write.\n";
 }
 
-int ProfilesCommand::Run(Host& host, const std::vector<std::string>& all) {
-  std::vector<std::string> args = all;
-  bool json = TakeFlag(args, "--json");
+int ProfilesCommand::Run(Host& host, const Args& all) {
+  Args args = all;
+  bool json = args.TakeFlag("--json");
   if (args.empty()) {
     throw UsageError{"profiles needs an action: set, get, list, delete or nick-by-uin"};
   }
   const std::string& action = args[0];
   std::vector<std::string> rest(args.begin() + 1, args.end());
+  CheckAction("profiles", args,
+              {{"get", "NICK"},
+               {"list", ""},
+               {"nick-by-uin", "UIN:i"},
+               {"set", "NICK FIELD FIELD..."},
+               {"delete", "NICK"}});
+  if (action == "set") {
+    ProfileInfo probe = WithNick(rest[0]);
+    for (size_t i = 1; i < rest.size(); ++i) Apply(probe, rest[i]);
+  }
   ComPtr<IWEZProfileStore> store = OpenProfiles(host);
   if (action == "get" && rest.size() == 1) {
     ProfileInfo p = Find(store.get(), rest[0]);

@@ -16,7 +16,7 @@ class RunCommand : public Command {
     return "pump the message loop (the flush runs every 60 s)";
   }
   const char* Help() const override;
-  int Run(Host& host, const std::vector<std::string>& args) override;
+  int Run(Host& host, const Args& args) override;
   // The flush it waits for writes the account's files.
   bool Writes(const std::vector<std::string>&) const override { return true; }
 };
@@ -27,10 +27,11 @@ const char* RunCommand::Help() const {
          "printing each timer tick; the module flushes its stores every 60 seconds.\n";
 }
 
-int RunCommand::Run(Host&, const std::vector<std::string>& args) {
+int RunCommand::Run(Host& host, const Args& args) {
   if (args.size() != 2 || args[0] != "--seconds") throw UsageError{"run needs --seconds N"};
   long seconds = ParseInt32(args[1], "N");
   if (seconds < 1 || seconds > 86400) throw UsageError{"N must be from 1 to 86400"};
+  host.Ready();
   uint64_t start = VkGetTickCount();
   uint64_t end = start + static_cast<uint64_t>(seconds) * 1000;
   std::printf("pumping the message loop for %ld s\n", seconds);

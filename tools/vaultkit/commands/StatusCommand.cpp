@@ -19,7 +19,7 @@ class StatusCommand : public Command {
   const char* Name() const override { return "status"; }
   const char* Summary() const override { return "show the module, its stores and their files"; }
   const char* Help() const override;
-  int Run(Host& host, const std::vector<std::string>& args) override;
+  int Run(Host& host, const Args& args) override;
   bool Writes(const std::vector<std::string>&) const override { return false; }
 };
 
@@ -50,7 +50,7 @@ std::string LogText(const std::string& line) {
 }
 
 // The assertion reports this run added to the client log.
-std::vector<std::string> ThisRunsReports(const Host& host) {
+std::vector<std::string> ThisRunsReports(Host& host) {
   std::ifstream log(host.DataRoot() + "vaultkit.log", std::ios::binary);
   log.seekg(static_cast<std::streamoff>(host.LogStart()));
   std::vector<std::string> reports;
@@ -62,7 +62,7 @@ std::vector<std::string> ThisRunsReports(const Host& host) {
 }
 
 // Copies of damaged files that stores replaced by their templates, below the data root.
-std::vector<std::string> DamagedCopies(const Host& host) {
+std::vector<std::string> DamagedCopies(Host& host) {
   std::vector<std::string> copies;
   std::error_code ec;
   for (std::filesystem::recursive_directory_iterator it(host.DataRoot() + "Accounts", ec), end;
@@ -115,9 +115,9 @@ const char* StatusCommand::Help() const {
          "account change failed.\n";
 }
 
-int StatusCommand::Run(Host& host, const std::vector<std::string>& all) {
-  std::vector<std::string> args = all;
-  bool json = TakeFlag(args, "--json");
+int StatusCommand::Run(Host& host, const Args& all) {
+  Args args = all;
+  bool json = args.TakeFlag("--json");
   if (!args.empty()) throw UsageError{"status takes no arguments but --json"};
   BSTR text = nullptr;
   host.Module()->get_Identifier(&text);

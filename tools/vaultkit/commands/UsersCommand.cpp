@@ -27,7 +27,7 @@ class UsersCommand : public Command {
   const char* Name() const override { return "users"; }
   const char* Summary() const override { return "the organisation directory (userList5.dat)"; }
   const char* Help() const override;
-  int Run(Host& host, const std::vector<std::string>& args) override;
+  int Run(Host& host, const Args& args) override;
 };
 
 namespace {
@@ -280,9 +280,9 @@ const char* UsersCommand::Help() const {
          "  set-pro-ver N | set-dept-ver N   set a directory-wide version\n";
 }
 
-int UsersCommand::Run(Host& host, const std::vector<std::string>& all) {
-  std::vector<std::string> args = all;
-  bool json = TakeFlag(args, "--json");
+int UsersCommand::Run(Host& host, const Args& all) {
+  Args args = all;
+  bool json = args.TakeFlag("--json");
   if (args.empty()) throw UsageError{"users needs an action (see vaultkit users --help)"};
   const std::string& action = args[0];
   std::vector<std::string> rest(args.begin() + 1, args.end());
@@ -291,6 +291,22 @@ int UsersCommand::Run(Host& host, const std::vector<std::string>& all) {
       throw UsageError{"wrong number of arguments for users " + action};
     }
   };
+  CheckAction("users", args,
+              {{"import", "FILE"},
+               {"search", "PREFIX"},
+               {"dept", "ID:u"},
+               {"depts", ""},
+               {"find", "NICK"},
+               {"versions", ""},
+               {"add", "DEPT:u NICK UIN:u [GENDER:u]"},
+               {"delete", "DEPT:u NICK"},
+               {"delete-dept", "DEPT:u"},
+               {"set-dept-version", "DEPT:u VER:u"},
+               {"set-pro-ver", "N:i"},
+               {"set-dept-ver", "N:i"}});
+  if (action == "add" && FromUtf8(rest[1]).size() > 31) {
+    throw UsageError{"NICK may have at most 31 characters"};
+  }
   ComPtr<IUserList> users = OpenUserList(host);
   if (action == "import") {
     need(1, 1);
