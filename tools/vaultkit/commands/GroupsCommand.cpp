@@ -103,7 +103,16 @@ int Members(IWEZGroupStore* store, LONG kind, LONG id, bool json) {
   return kExitOk;
 }
 
-int Add(IWEZGroupStore* store, LONG parent, const std::string& name, bool json) {
+int Add(IWEZGroupStore* store, LONG kind, LONG parent, const std::string& name, bool json) {
+  // The store files a group under any parent id, but a group under one that does not exist is
+  // never reached from the roots, and its id is handed out again by the next add.
+  GroupInfo existing{};
+  existing.id = parent;
+  if (parent != 0 && store->GetGroupInfo(&existing) != S_OK) {
+    throw NotFound{"no group " + std::to_string(parent) + " in tree " + std::to_string(kind) +
+                   " to add under (see 'vaultkit groups tree " + std::to_string(kind) +
+                   "'; PARENT 0 adds a root)"};
+  }
   GroupInfo group{};
   group.parentId = parent;
   std::u16string wide = FromUtf8(name);
@@ -173,8 +182,9 @@ const char* GroupsCommand::Help() const {
          "                             counts (kind 1: from the directory, '-' when the\n"
          "                             account has none); groups whose parent was deleted\n"
          "                             are not reached\n"
-         "  add KIND PARENT NAME       a new group under PARENT; prints its id (NAME keeps\n"
-         "                             its first 31 characters)\n"
+         "  add KIND PARENT NAME       a new group under PARENT, an existing group or 0 for\n"
+         "                             a new root; prints its id (NAME keeps its first 31\n"
+         "                             characters); exit 1 when PARENT does not exist\n"
          "  rename KIND ID NAME        renaming an id that does not exist also succeeds\n"
          "  delete KIND ID             deletes the group and its members, NOT its child\n"
          "                             groups (they stay, under a parent that is gone)\n"
@@ -225,7 +235,7 @@ int GroupsCommand::Run(Host& host, const std::vector<std::string>& all) {
   HRESULT hr = S_OK;
   if (action == "tree") return Tree(store.get(), kind, json);
   if (action == "members") return Members(store.get(), kind, id, json);
-  if (action == "add") return Add(store.get(), id, rest[1], json);
+  if (action == "add") return Add(store.get(), kind, id, rest[1], json);
   if (action == "rename") {
     GroupInfo group{};
     group.id = id;
