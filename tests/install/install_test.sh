@@ -29,6 +29,24 @@ check "the samples are installed" test -f "$prefix/share/vaultkit/samples/org.xm
 check "only sample data is installed with them" \
   test -z "$(find "$prefix/share/vaultkit/samples" -type f ! -name '*.xml')"
 
+manual="$prefix/share/man/man1/vaultkit.1.gz"
+check "the manual is installed, compressed" gzip -t "$manual"
+if command -v man >/dev/null; then
+  check "it renders with every command's help" grep -q "add KIND PARENT NAME" <<<"$(man -l "$manual" 2>/dev/null)"
+else
+  echo "skipped: rendering the manual needs man"
+fi
+# The words bash completion offers on the command line given.
+offers() {
+  bash -c 'source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _vaultkit; echo "${COMPREPLY[*]}"' \
+    _ "$prefix/share/bash-completion/completions/vaultkit" "$@"
+}
+check "completion offers the commands" test "$(offers vaultkit g)" = "grid groups"
+check "... a command's actions after global options" \
+  test "$(offers vaultkit --data-root d --account alice grid '')" = "get set list clear version"
+check "... the global options" grep -qw -- --account <<<"$(offers vaultkit --)"
+check "... nothing of its own after an action" test -z "$(offers vaultkit grid get '')"
+
 cd "$work" || exit 1
 status=$("$prefix/bin/vaultkit" --data-root "$work/data" status 2>&1)
 check "the installed command runs" grep -q "Norvane.WEZ.Store" <<<"$status"

@@ -241,6 +241,12 @@ cp "$samples/UserDefinedGroup.xml" "$d/Accounts/alice/"
 id=$("$vaultkit" "${a[@]}" groups add 4 60000001 Lunch)
 check "the legacy file was taken in and renamed" test -e "$d/Accounts/alice/UserDefinedGroup.xml.bak"
 check "a new group's id follows the largest one" test "$id" = 60000011
+tree=$("$vaultkit" "${a[@]}" groups tree 4)
+check "a parent that does not exist is refused (1)" \
+  test "$(exit_code "$vaultkit" "${a[@]}" groups add 4 999 Orphan)" = 1
+check "a new root, whose id the next add would take, is refused (2)" \
+  test "$(exit_code "$vaultkit" "${a[@]}" groups add 4 0 Root)" = 2
+check "... and neither adds anything" test "$("$vaultkit" "${a[@]}" groups tree 4)" = "$tree"
 "$vaultkit" "${a[@]}" groups add-member 4 "$id" Zhao
 "$vaultkit" "${a[@]}" groups add-member 4 "$id" zhao
 check "nicknames are kept as given" test "$("$vaultkit" "${a[@]}" groups members 4 "$id" | tr '\n' ' ')" = "Zhao zhao "

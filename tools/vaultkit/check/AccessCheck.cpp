@@ -29,7 +29,7 @@ void Examine(const fs::path& path, const std::string& name, FileReport& report) 
 
 }  // namespace
 
-FileReport AccessCheck::Run(const fs::path& folder) const {
+FileReport AccessCheck::Run(const fs::path& folder, const std::string&) const {
   FileReport report{".", "access"};
   Examine(folder, "the folder itself", report);
   std::error_code ec;

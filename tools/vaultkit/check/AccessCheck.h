@@ -10,7 +10,7 @@ namespace vk::cli {
 
 class AccessCheck : public FileCheck {
  public:
-  FileReport Run(const std::filesystem::path& folder) const override;
+  FileReport Run(const std::filesystem::path& folder, const std::string& account) const override;
 };
 
 }  // namespace vk::cli

@@ -114,11 +114,12 @@ AccountCheck AccountCheck::ForAccountsFolder() {
   return check;
 }
 
-FolderReport AccountCheck::Run(const std::filesystem::path& folder) const {
-  FolderReport report{folder.string(), {}};
+FolderReport AccountCheck::Run(const std::filesystem::path& folder,
+                               const std::string& account) const {
+  FolderReport report{folder.string(), {}, {}};
   for (const auto& check : checks_) {
     try {
-      report.files.push_back(check->Run(folder));
+      report.files.push_back(check->Run(folder, account));
     } catch (const std::exception& e) {
       report.files.push_back(Unexamined(e.what()));
     } catch (...) {

@@ -13,6 +13,7 @@ namespace vk::cli {
 struct FolderReport {
   std::string folder;  // the folder examined, absolute
   std::vector<FileReport> files;
+  std::vector<std::string> notes;  // about the folder as a whole
 
   size_t Count(FileReport::Status status) const;
 };
@@ -24,8 +25,9 @@ class AccountCheck {
   // The files of the Accounts folder itself: the global option file.
   static AccountCheck ForAccountsFolder();
 
-  // Runs every check on `folder`; a check that throws is reported as a problem of its file.
-  FolderReport Run(const std::filesystem::path& folder) const;
+  // Runs every check on `folder`, whose files belong to `account` (see FileCheck); a check that
+  // throws is reported as a problem of its file.
+  FolderReport Run(const std::filesystem::path& folder, const std::string& account) const;
 
  private:
   AccountCheck() = default;

@@ -9,7 +9,7 @@
 
 namespace vk::cli {
 
-FileReport AccountLockCheck::Run(const std::filesystem::path& folder) const {
+FileReport AccountLockCheck::Run(const std::filesystem::path& folder, const std::string&) const {
   FileReport report{kAccountLockFile, "account lock"};
   const std::string path = (folder / kAccountLockFile).string();
   const pid_t holder = FileLock::RecordedHolder(path);

@@ -76,7 +76,8 @@ DatabaseCheck::DatabaseCheck(std::string file, SqlSchema schema, std::string abs
       absent_(std::move(absent)),
       damaged_(std::move(damaged)) {}
 
-FileReport DatabaseCheck::Run(const std::filesystem::path& account_folder) const {
+FileReport DatabaseCheck::Run(const std::filesystem::path& account_folder,
+                              const std::string&) const {
   FileReport report{file_, "SQLite"};
   CheckedFile file(account_folder / file_);
   if (file.Missing()) {

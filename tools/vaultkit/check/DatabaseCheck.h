@@ -15,7 +15,8 @@ class DatabaseCheck : public FileCheck {
   // `absent`: what the store does when the file is not there; `damaged`: what it does with
   // a file it cannot use.
   DatabaseCheck(std::string file, SqlSchema schema, std::string absent, std::string damaged);
-  FileReport Run(const std::filesystem::path& account_folder) const override;
+  FileReport Run(const std::filesystem::path& account_folder,
+                 const std::string& account) const override;
 
  private:
   std::string file_;

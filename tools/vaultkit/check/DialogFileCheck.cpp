@@ -17,7 +17,8 @@ constexpr char kReset[] =
 
 }  // namespace
 
-FileReport DialogFileCheck::Run(const std::filesystem::path& account_folder) const {
+FileReport DialogFileCheck::Run(const std::filesystem::path& account_folder,
+                                const std::string&) const {
   FileReport report{kFile, "XML"};
   CheckedFile file(account_folder / kFile);
   if (file.Missing()) {

@@ -8,7 +8,8 @@ namespace vk::cli {
 
 class DialogFileCheck : public FileCheck {
  public:
-  FileReport Run(const std::filesystem::path& account_folder) const override;
+  FileReport Run(const std::filesystem::path& account_folder,
+                 const std::string& account) const override;
 };
 
 }  // namespace vk::cli

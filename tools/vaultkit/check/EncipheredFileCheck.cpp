@@ -48,7 +48,8 @@ void EncipheredFileCheck::CheckCompanion(const std::filesystem::path& path,
   }
 }
 
-FileReport EncipheredFileCheck::Run(const std::filesystem::path& account_folder) const {
+FileReport EncipheredFileCheck::Run(const std::filesystem::path& account_folder,
+                                    const std::string& account) const {
   FileReport report{file_, "enciphered XML"};
   const std::filesystem::path path = account_folder / file_;
   const std::u16string path16 = PathFromNative(path.string());
@@ -63,16 +64,20 @@ FileReport EncipheredFileCheck::Run(const std::filesystem::path& account_folder)
     report.Note(file_ + " is not there: " + absent_);
     return report;
   }
-  const std::string folder = account_folder.filename().string();
+  // The key is made from the account's name, which is the folder's name where the client
+  // keeps it.
+  const std::string key = account == account_folder.filename().string()
+                              ? "the folder '" + account + "'"
+                              : "the account '" + account + "'";
   const std::string lost = store_ + " starts from an empty template and replaces " + file_ +
                            " at its next save (the old file is kept as " + file_ +
                            ".damaged-<time>)";
   std::optional<std::string> bytes = file.Read(report, lost);
   if (!bytes) return report;
-  std::optional<std::string> plain = DecipherFile(*bytes, path16);
+  std::optional<std::string> plain = DecipherFile(*bytes, PathFromNative(account + "/" + file_));
   if (!plain) {
-    report.Problem(file_ + " cannot be deciphered with the key of the folder '" + folder +
-                   "' (damaged, truncated, or another account's file): " + lost);
+    report.Problem(file_ + " cannot be deciphered with the key of " + key +
+                   " (damaged, truncated, or another account's file): " + lost);
     return report;
   }
   DomDocument document;

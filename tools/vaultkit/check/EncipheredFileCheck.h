@@ -1,6 +1,6 @@
 // An enciphered profile file (WEZProfile.dat, WEZProfilePro.dat) and its plain companion, read
 // as the stores' load reads them: the companion first when it exists, else the file deciphered
-// with the key of the account folder's name, as UTF-16 text and then as ANSI text.
+// with the key of the account's name, as UTF-16 text and then as ANSI text.
 #pragma once
 
 #include <string>
@@ -15,7 +15,8 @@ class EncipheredFileCheck : public FileCheck {
   // stray control bytes of a companion that does not parse and reads it again.
   EncipheredFileCheck(std::string file, std::string store, bool repairs_companion,
                       std::string absent);
-  FileReport Run(const std::filesystem::path& account_folder) const override;
+  FileReport Run(const std::filesystem::path& account_folder,
+                 const std::string& account) const override;
 
  private:
   void CheckCompanion(const std::filesystem::path& companion, FileReport& report) const;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 
 #include "tools/vaultkit/check/FileReport.h"
 
@@ -11,7 +12,11 @@ namespace vk::cli {
 class FileCheck {
  public:
   virtual ~FileCheck() = default;
-  virtual FileReport Run(const std::filesystem::path& account_folder) const = 0;
+  // `account`: the account the folder's files belong to, whose name makes the key of its
+  // enciphered files and names its offline channels' files. It is the folder's own name unless
+  // the folder is a copy under another name.
+  virtual FileReport Run(const std::filesystem::path& account_folder,
+                         const std::string& account) const = 0;
 };
 
 }  // namespace vk::cli

@@ -57,8 +57,8 @@ std::string BodyFault(const std::u16string& data, uintmax_t data_size, const Rec
 OffMsgChannelCheck::OffMsgChannelCheck(std::string folder, int channel)
     : folder_(std::move(folder)), channel_(channel) {}
 
-FileReport OffMsgChannelCheck::Run(const std::filesystem::path& account_folder) const {
-  const std::string account = account_folder.filename().string();
+FileReport OffMsgChannelCheck::Run(const std::filesystem::path& account_folder,
+                                   const std::string& account) const {
   const std::string base = "OffMsgFiles/" + folder_ + "/" + account;
   FileReport report{base + ".xml", "offline messages"};
   CheckedFile index(account_folder / (base + ".xml"));

@@ -13,7 +13,8 @@ class OffMsgChannelCheck : public FileCheck {
  public:
   // `folder`: "IM" or "DisGroup"; `channel`: the store's number for it (0 or 2).
   OffMsgChannelCheck(std::string folder, int channel);
-  FileReport Run(const std::filesystem::path& account_folder) const override;
+  FileReport Run(const std::filesystem::path& account_folder,
+                 const std::string& account) const override;
 
  private:
   std::string folder_;

@@ -8,7 +8,7 @@ namespace vk::cli {
 OptionFileCheck::OptionFileCheck(std::string file, std::string absent)
     : file_(std::move(file)), absent_(std::move(absent)) {}
 
-FileReport OptionFileCheck::Run(const std::filesystem::path& folder) const {
+FileReport OptionFileCheck::Run(const std::filesystem::path& folder, const std::string&) const {
   FileReport report{file_, "option file"};
   CheckedFile file(folder / file_);
   if (file.Missing()) {

@@ -12,7 +12,7 @@ class OptionFileCheck : public FileCheck {
  public:
   // `file` relative to the folder the check runs on; `absent`: when the module creates it.
   OptionFileCheck(std::string file, std::string absent);
-  FileReport Run(const std::filesystem::path& folder) const override;
+  FileReport Run(const std::filesystem::path& folder, const std::string& account) const override;
 
  private:
   std::string file_;

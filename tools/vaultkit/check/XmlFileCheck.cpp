@@ -27,7 +27,8 @@ std::string XmlFileCheck::DeclaredEncoding(const std::string& bytes) {
   return close == std::string::npos || close > end ? "" : head.substr(at + 1, close - at - 1);
 }
 
-FileReport XmlFileCheck::Run(const std::filesystem::path& account_folder) const {
+FileReport XmlFileCheck::Run(const std::filesystem::path& account_folder,
+                             const std::string&) const {
   FileReport report{file_, "XML"};
   CheckedFile file(account_folder / file_);
   if (file.Missing()) {

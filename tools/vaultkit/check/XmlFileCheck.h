@@ -25,7 +25,8 @@ class XmlFileCheck : public FileCheck {
   // file it cannot read; `wrong_root`: what it does with a document under another root.
   XmlFileCheck(std::string file, ExpectedRoot root, std::string absent, std::string damaged,
                std::string wrong_root);
-  FileReport Run(const std::filesystem::path& account_folder) const override;
+  FileReport Run(const std::filesystem::path& account_folder,
+                 const std::string& account) const override;
 
   // The encoding named by the XML declaration at the start of `bytes`; empty when none.
   static std::string DeclaredEncoding(const std::string& bytes);

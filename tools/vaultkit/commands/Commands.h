@@ -1,6 +1,9 @@
 // Every subcommand of the vaultkit command, in the order the usage lists them. Each command's
 // class lives in its own file under commands/ and is reached only through its factory here;
 // the table is built when asked for, so no command depends on the order static objects start.
+// The manual page and the bash completion are made from the help texts at build time
+// (docs/generate.sh): `vaultkit --help` lists this table, and a command's Help() lists each
+// action on a line of its own as "  ACTION ARGS", its arguments in capitals or brackets.
 #pragma once
 
 #include <memory>

@@ -103,7 +103,19 @@ int Members(IWEZGroupStore* store, LONG kind, LONG id, bool json) {
   return kExitOk;
 }
 
-int Add(IWEZGroupStore* store, LONG parent, const std::string& name, bool json) {
+int Add(IWEZGroupStore* store, LONG kind, LONG parent, const std::string& name, bool json) {
+  // New ids follow the largest id outside the roots. A group filed under parent 0 is a root, so
+  // the next add takes its id again and replaces it; one filed under a parent that does not
+  // exist is never reached from the roots, and its id is handed out again too.
+  const std::string see = " (see 'vaultkit groups tree " + std::to_string(kind) + "')";
+  if (parent == 0)
+    throw UsageError{"PARENT 0 would make a root, which the next add replaces" + see};
+  GroupInfo existing{};
+  existing.id = parent;
+  if (store->GetGroupInfo(&existing) != S_OK) {
+    throw NotFound{"no group " + std::to_string(parent) + " in tree " + std::to_string(kind) +
+                   " to add under" + see};
+  }
   GroupInfo group{};
   group.parentId = parent;
   std::u16string wide = FromUtf8(name);
@@ -173,8 +185,10 @@ const char* GroupsCommand::Help() const {
          "                             counts (kind 1: from the directory, '-' when the\n"
          "                             account has none); groups whose parent was deleted\n"
          "                             are not reached\n"
-         "  add KIND PARENT NAME       a new group under PARENT; prints its id (NAME keeps\n"
-         "                             its first 31 characters)\n"
+         "  add KIND PARENT NAME       a new group under the existing group PARENT (exit 1\n"
+         "                             when there is none; 0, a new root, is refused: the\n"
+         "                             next add would take its id and replace it); prints\n"
+         "                             its id (NAME keeps its first 31 characters)\n"
          "  rename KIND ID NAME        renaming an id that does not exist also succeeds\n"
          "  delete KIND ID             deletes the group and its members, NOT its child\n"
          "                             groups (they stay, under a parent that is gone)\n"
@@ -225,7 +239,7 @@ int GroupsCommand::Run(Host& host, const Args& all) {
   HRESULT hr = S_OK;
   if (action == "tree") return Tree(store.get(), kind, json);
   if (action == "members") return Members(store.get(), kind, id, json);
-  if (action == "add") return Add(store.get(), id, rest[1], json);
+  if (action == "add") return Add(store.get(), kind, id, rest[1], json);
   if (action == "rename") {
     GroupInfo group{};
     group.id = id;
