@@ -43,6 +43,14 @@ void SearchLists::AddRow(std::u16string_view nick, std::u16string_view name, con
   LowerInPlace(display, text_.data() + text_.size());
 }
 
+void SearchLists::AppendRow(const SearchLists& other, size_t i) {
+  Row row = other.rows_[i];
+  const size_t units = row.spell + row.nick + (row.name != 0 ? row.name + 2 : 0);
+  text_.append(other.text_, row.start, units);
+  row.start = text_.size() - units;
+  rows_.push_back(row);
+}
+
 void SearchLists::Reserve(size_t rows, size_t units) {
   rows_.reserve(rows);
   text_.reserve(units);

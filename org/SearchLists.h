@@ -25,6 +25,8 @@ class SearchLists {
   // Room for `rows` rows of `units` text units in all, so that a builder that knows its size
   // does not grow the lists step by step.
   void Reserve(size_t rows, size_t units);
+  // Row i of `other`, as it is.
+  void AppendRow(const SearchLists& other, size_t i);
 
   // Up to kMaxMatches distinct display texts, in list order, each followed by ";", of the
   // rows whose display, name or spelling code begins with `prefix` (compared as given).
@@ -32,6 +34,7 @@ class SearchLists {
 
   size_t Size() const { return rows_.size(); }
   std::u16string_view Display(size_t i) const;
+  std::u16string_view Nick(size_t i) const { return Display(i).substr(0, rows_[i].nick); }
   std::u16string_view Name(size_t i) const;
   std::u16string_view Spell(size_t i) const;
 
