@@ -12,6 +12,32 @@
 #include "storage/UserListSchema.h"
 
 namespace vk {
+namespace {
+
+// Text units a row takes in the lists, about (nickname, name, parentheses, spelling code):
+// enough that a directory of common names is built without growing its buffer.
+constexpr size_t kUnitsPerRow = 32;
+
+// The rows the reader will read; 0 when the count fails (the lists then grow as they go).
+size_t MemberCount(sqlite3* db) {
+  sqlite3_stmt* statement = nullptr;
+  size_t count = 0;
+  if (sqlite3_prepare_v2(db, "SELECT COUNT(*) FROM member", -1, &statement, nullptr) == SQLITE_OK &&
+      sqlite3_step(statement) == SQLITE_ROW) {
+    count = static_cast<size_t>(sqlite3_column_int64(statement, 0));
+  }
+  sqlite3_finalize(statement);
+  return count;
+}
+
+// A text column up to its first NUL, valid until the next step; empty for NULL.
+std::u16string_view Text(sqlite3_stmt* statement, int column) {
+  const void* value = sqlite3_column_text16(statement, column);
+  return value != nullptr ? std::u16string_view(static_cast<const char16_t*>(value))
+                          : std::u16string_view();
+}
+
+}  // namespace
 
 void SearchListReader::Start(std::shared_ptr<UserListShared> shared, std::u16string path) {
   shared->ReaderStarted();
@@ -46,22 +72,23 @@ void SearchListReader::Run(UserListShared& shared, const std::u16string& path) {
   }
   sqlite3_stmt* statement = nullptr;
   try {
-    sqlite3_prepare16(db, kSelectAllMembersSql, -1, &statement, nullptr);
     auto lists = std::make_unique<SearchLists>();
+    const size_t rows = MemberCount(db);
+    lists->Reserve(rows, rows * kUnitsPerRow);
+    sqlite3_prepare16(db, kSelectAllMembersSql, -1, &statement, nullptr);
     const CPy speller;
+    bool stopped = false;
     while (statement != nullptr && sqlite3_step(statement) == SQLITE_ROW) {
-      auto text = [statement](int column) {
-        const void* value = sqlite3_column_text16(statement, column);
-        return value != nullptr ? std::u16string(static_cast<const char16_t*>(value))
-                                : std::u16string();
-      };
-      std::u16string nick = text(kMemberNick);
-      std::u16string name = text(kMemberName);
-      lists->Add(nick, name, speller);
+      // The user list is gone and nobody asked for these lists: the rest is not read.
+      if (shared.StopRequested()) {
+        stopped = true;
+        break;
+      }
+      lists->AddRow(Text(statement, kMemberNick), Text(statement, kMemberName), speller);
     }
     sqlite3_finalize(statement);
     statement = nullptr;
-    shared.ReplaceLists(std::move(lists));
+    if (!stopped) shared.ReplaceLists(std::move(lists));
   } catch (...) {
     // Out of memory while building: keep the current lists.
     if (statement != nullptr) sqlite3_finalize(statement);

@@ -62,6 +62,9 @@ CUserList::~CUserList() {
   // inside the object while its last reference goes.
   db_.CloseDb();
   if (client_ != nullptr) client_->Release();
+  // Nobody can search once the object is gone: a reader whose lists nobody asked for ends
+  // at its next row instead of keeping the process busy (and the library loaded).
+  shared_->StopUnwantedReaders();
   // The current lists go with shared_ once no reader holds it any longer.
 }
 

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <memory>
 #include <optional>
+#include <thread>
 
 #include "org/DecimalText.h"
 #include "org/UserListFolderLock.h"
@@ -41,6 +42,8 @@ using ReaderPtr = std::unique_ptr<xmlTextReader, ReaderFree>;
 // Depths of the elements the import reads, counted from the document element.
 constexpr int kDepartmentDepth = 1;
 constexpr int kMemberDepth = 2;
+// Entries the parser hands over at a time.
+constexpr size_t kBatchEntries = 1024;
 
 // Advances to the next element start. False at the end of the file or on a parse error
 // (`failed` tells which).
@@ -212,38 +215,20 @@ bool UserListImport::Write(xmlTextReader* reader, xmlNode* root, sqlite3* db) {
     return false;
   }
 
-  bool failed = false;
-  {
-    sqlite3_stmt* dept_statement = nullptr;
-    Finalizer finalize_dept{dept_statement};
-    sqlite3_stmt* member_statement = nullptr;
-    Finalizer finalize_member{member_statement};
-    // One member statement serves every department: every row binds all five parameters.
-    // A statement that cannot be prepared leaves the departments without members.
-    if (sqlite3_prepare16(db, u"INSERT INTO [department] VALUES (?, ?)", -1, &dept_statement,
-                          nullptr) != SQLITE_OK) {
-      dept_statement = nullptr;
-    }
-    if (sqlite3_prepare16(db, u"INSERT INTO [member] VALUES (?, ?, ?, ?, ?)", -1, &member_statement,
-                          nullptr) != SQLITE_OK) {
-      member_statement = nullptr;
-    }
-    // The department whose members are being read: set while the reader is inside a Dept
-    // element whose row was written.
-    bool in_department = false;
-    int64_t department = 0;
-    while (NextElement(reader, failed)) {
-      const int depth = xmlTextReaderDepth(reader);
-      xmlNode* node = xmlTextReaderCurrentNode(reader);
-      if (node == nullptr) continue;
-      if (depth == kDepartmentDepth) {
-        in_department = dept_statement != nullptr && node->ns == nullptr && NameIs(node, "Dept") &&
-                        ImportDepartment(node, dept_statement, department);
-      } else if (depth == kMemberDepth && in_department && member_statement != nullptr) {
-        ImportMember(node, department, member_statement);
-      }
-    }
+  ImportBatchQueue queue;
+  bool parsed = false;
+  std::thread parser([&] { parsed = Parse(reader, speller_, queue); });
+  bool failed = true;
+  try {
+    failed = !WriteRows(queue, db);
+  } catch (...) {
+    queue.Abandon();
+    parser.join();
+    throw;
   }
+  queue.Abandon();  // the parser has finished; nothing waits
+  parser.join();
+  failed = failed || !parsed;
   if (failed) {
     // Malformed part-way: nothing of this file may be used.
     if (in_transaction) SqlStore::Exec(db, "ROLLBACK");
@@ -254,30 +239,111 @@ bool UserListImport::Write(xmlTextReader* reader, xmlNode* root, sqlite3* db) {
   return committed || !in_transaction;
 }
 
-bool UserListImport::ImportDepartment(xmlNode* dept, sqlite3_stmt* dept_statement, int64_t& id) {
-  id = NumberAttribute(dept, "id");
-  const int64_t version = NumberAttribute(dept, "Ver");
+bool UserListImport::Parse(xmlTextReader* reader, const CPy& speller, ImportBatchQueue& queue) {
+  XmlErrorTrap quiet;  // errors are reported on the thread that reads
+  bool failed = false;
+  try {
+    auto batch = std::make_unique<ImportBatch>();
+    bool in_department = false;  // inside a Dept element: its element children are members
+    while (NextElement(reader, failed)) {
+      const int depth = xmlTextReaderDepth(reader);
+      xmlNode* node = xmlTextReaderCurrentNode(reader);
+      if (node == nullptr) continue;
+      if (depth == kDepartmentDepth) {
+        in_department = node->ns == nullptr && NameIs(node, "Dept");
+        if (in_department) {
+          batch->entries.push_back({ImportBatch::Kind::kDepartment, NumberAttribute(node, "id"),
+                                    NumberAttribute(node, "Ver")});
+        } else {
+          batch->entries.push_back({ImportBatch::Kind::kOtherElement, 0, 0});
+        }
+      } else if (depth == kMemberDepth && in_department) {
+        std::u16string nick = AttributeOrEmpty(node, "NICK");
+        std::u16string name = AttributeOrEmpty(node, "NAME");
+        batch->members.Add(nick, name, speller);  // lower-cases both, as they are stored
+        batch->entries.push_back({ImportBatch::Kind::kMember, NumberAttribute(node, "UIN"),
+                                  NumberAttribute(node, "GENDER")});
+      }
+      if (batch->entries.size() >= kBatchEntries) {
+        if (!queue.Push(std::move(batch))) return false;  // the importer gave up
+        batch = std::make_unique<ImportBatch>();
+      }
+    }
+    if (!batch->entries.empty() && !queue.Push(std::move(batch))) return false;
+  } catch (...) {
+    failed = true;  // out of memory: as malformed, nothing of the file is used
+  }
+  queue.Finish(failed);
+  return !failed;
+}
+
+bool UserListImport::WriteRows(ImportBatchQueue& queue, sqlite3* db) {
+  sqlite3_stmt* dept_statement = nullptr;
+  Finalizer finalize_dept{dept_statement};
+  sqlite3_stmt* member_statement = nullptr;
+  Finalizer finalize_member{member_statement};
+  // One member statement serves every department: every row binds all five parameters.
+  // A statement that cannot be prepared leaves the departments without members.
+  if (sqlite3_prepare16(db, u"INSERT INTO [department] VALUES (?, ?)", -1, &dept_statement,
+                        nullptr) != SQLITE_OK) {
+    dept_statement = nullptr;
+  }
+  if (sqlite3_prepare16(db, u"INSERT INTO [member] VALUES (?, ?, ?, ?, ?)", -1, &member_statement,
+                        nullptr) != SQLITE_OK) {
+    member_statement = nullptr;
+  }
+  // The department whose members are being read: set while inside a Dept element whose row
+  // was written.
+  bool in_department = false;
+  int64_t department = 0;
+  while (std::unique_ptr<ImportBatch> batch = queue.Pop()) {
+    size_t member = 0;
+    for (const ImportBatch::Entry& entry : batch->entries) {
+      switch (entry.kind) {
+        case ImportBatch::Kind::kDepartment:
+          department = entry.first;
+          in_department = dept_statement != nullptr &&
+                          ImportDepartment(entry.first, entry.second, dept_statement);
+          break;
+        case ImportBatch::Kind::kOtherElement:
+          in_department = false;
+          break;
+        case ImportBatch::Kind::kMember:
+          if (in_department && member_statement != nullptr) {
+            ImportMember(batch->members, member, entry, department, member_statement);
+          }
+          ++member;
+          break;
+      }
+    }
+  }
+  return !queue.Failed();
+}
+
+bool UserListImport::ImportDepartment(int64_t id, int64_t version, sqlite3_stmt* dept_statement) {
   SqlCall call(dept_statement);
   call.BindInt64(1, id).BindInt64(2, version);
   return call.Step() == SQLITE_DONE;  // else its members are not imported
 }
 
-void UserListImport::ImportMember(xmlNode* member, int64_t dept_id,
+void UserListImport::ImportMember(const SearchLists& texts, size_t index,
+                                  const ImportBatch::Entry& entry, int64_t dept_id,
                                   sqlite3_stmt* member_statement) {
-  std::u16string nick = AttributeOrEmpty(member, "NICK");
-  std::u16string name = AttributeOrEmpty(member, "NAME");
-  const int64_t uin = NumberAttribute(member, "UIN");
-  const int64_t gender = NumberAttribute(member, "GENDER");
-  lists_.Add(nick, name, speller_);  // lower-cases both, as they are stored
+  // An empty text is bound as an empty string, never as NULL.
+  auto bind = [member_statement](int parameter, std::u16string_view text) {
+    sqlite3_bind_text16(member_statement, parameter, text.empty() ? u"" : text.data(),
+                        static_cast<int>(text.size() * sizeof(char16_t)), SQLITE_STATIC);
+  };
   // Bound directly, once per member: the texts outlive the step, and the results are not
   // needed (a later row for the same uin in the same department replaces this one).
-  sqlite3_bind_int64(member_statement, 1, uin);
-  sqlite3_bind_text16(member_statement, 2, nick.c_str(), -1, SQLITE_STATIC);
-  sqlite3_bind_text16(member_statement, 3, name.c_str(), -1, SQLITE_STATIC);
+  sqlite3_bind_int64(member_statement, 1, entry.first);
+  bind(2, texts.Nick(index));
+  bind(3, texts.Name(index));
   sqlite3_bind_int64(member_statement, 4, dept_id);
-  sqlite3_bind_int64(member_statement, 5, gender);
+  sqlite3_bind_int64(member_statement, 5, entry.second);
   sqlite3_step(member_statement);
   sqlite3_reset(member_statement);
+  lists_.AppendRow(texts, index);
 }
 
 }  // namespace vk

@@ -12,6 +12,7 @@ void UserListShared::ReplaceLists(std::unique_ptr<SearchLists> lists) {
 }
 
 std::u16string UserListShared::Search(std::u16string_view prefix) {
+  wanted_.store(true);
   LockGuard hold(list_lock_);
   return current_->Search(prefix);
 }
@@ -32,8 +33,17 @@ void UserListShared::ReaderEnded() {
 }
 
 void UserListShared::WaitForReaders() {
+  wanted_.store(true);
   std::unique_lock<std::mutex> hold(readers_mutex_);
   readers_done_.wait(hold, [this] { return readers_running_ == 0; });
+}
+
+}  // namespace vk
+
+namespace vk {
+
+void UserListShared::StopUnwantedReaders() {
+  if (!wanted_.load()) stop_.store(true);
 }
 
 }  // namespace vk

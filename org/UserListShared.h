@@ -3,6 +3,7 @@
 // ends, so destroying the user list while a reader runs never touches freed memory.
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -28,8 +29,13 @@ class UserListShared {
   void ReaderStarted();
   void ReaderEnded();
   // Blocks until no reader of this state runs (a reader that ended while holding the DB
-  // lock has ended too).
+  // lock has ended too). The lists are then wanted: readers are no longer stopped.
   void WaitForReaders();
+
+  // Called when the user list goes: readers still building lists that no search and no
+  // wait has asked for stop at their next row, as nobody could read what they build.
+  void StopUnwantedReaders();
+  bool StopRequested() const { return stop_.load(std::memory_order_relaxed); }
 
  private:
   std::shared_ptr<RecursiveLock> db_lock_;
@@ -38,6 +44,8 @@ class UserListShared {
   std::mutex readers_mutex_;
   std::condition_variable readers_done_;
   int readers_running_ = 0;
+  std::atomic<bool> wanted_{false};  // a search or a wait asked for the lists
+  std::atomic<bool> stop_{false};
 };
 
 }  // namespace vk

@@ -5,6 +5,11 @@
 std::u16string CPy::MakeSpellCode(std::u16string name, unsigned flag) const {
   std::u16string code;
   code.reserve(name.size() * 4);
+  AppendSpellCode(name, flag, code);
+  return code;
+}
+
+void CPy::AppendSpellCode(std::u16string_view name, unsigned flag, std::u16string& code) const {
   for (size_t i = 0; i < name.size(); ++i) {
     const char16_t unit = name[i];
     char32_t code_point = unit;
@@ -23,11 +28,10 @@ std::u16string CPy::MakeSpellCode(std::u16string name, unsigned flag) const {
         code.push_back(char16_t(syllable[0]));
       }
     } else if (units == 2) {
-      code.append(name, i, 2);
+      code.append(name.substr(i, 2));
     } else {
       code.push_back(vk::WideToLower(unit));
     }
     i += units - 1;
   }
-  return code;
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 // Spelling codes of names. The user list keeps one instance and asks it for the code of
 // every member's full name.
@@ -17,6 +18,8 @@ class CPy {
   // syllable's first letter (initials, "zs" for 张三). Every other character is kept,
   // lower-cased. The name is taken by value, as the directory hands over a copy.
   std::u16string MakeSpellCode(std::u16string name, unsigned flag) const;
+  // The same code appended to `code`: builders of many codes keep one buffer.
+  void AppendSpellCode(std::u16string_view name, unsigned flag, std::u16string& code) const;
 };
 
 namespace vk {

@@ -98,6 +98,9 @@ std::u16string FromAnsi(std::string_view bytes) {
 }
 
 char16_t WideToLower(char16_t c) {
+  // ASCII, most of every nickname and spelling code, without a call into ICU (which maps it
+  // the same way).
+  if (c < 0x80) return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + (u'a' - u'A')) : c;
   UChar32 lower = u_tolower(static_cast<UChar32>(c));
   // Each unit is mapped on its own; a mapping outside the unit's plane keeps the unit.
   return lower <= 0xFFFF ? static_cast<char16_t>(lower) : c;
@@ -105,8 +108,12 @@ char16_t WideToLower(char16_t c) {
 
 std::u16string WideToLower(std::u16string_view text) {
   std::u16string out(text);
-  for (char16_t& c : out) c = WideToLower(c);
+  LowerInPlace(out.data(), out.data() + out.size());
   return out;
+}
+
+void LowerInPlace(char16_t* begin, char16_t* end) {
+  for (char16_t* c = begin; c != end; ++c) *c = WideToLower(*c);
 }
 
 namespace {

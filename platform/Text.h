@@ -14,6 +14,8 @@ std::string ToAnsi(std::u16string_view text);     // GBK; unmappable characters 
 std::u16string FromAnsi(std::string_view bytes);  // GBK
 char16_t WideToLower(char16_t c);
 std::u16string WideToLower(std::u16string_view text);
+// WideToLower of each unit of [begin, end), in place.
+void LowerInPlace(char16_t* begin, char16_t* end);
 // Joins the parts with one allocation. Product code joins wide texts with it rather than with
 // operator+ chains, in which GCC 12 at -O3 sees a false overlap and warns (-Wrestrict).
 std::u16string Concat(std::initializer_list<std::u16string_view> parts);

@@ -115,5 +115,24 @@ TEST_F(UserListSearchTest, ARunningReaderKeepsTheLibraryLoaded) {
   EXPECT_EQ(settled(), 0);
 }
 
+TEST_F(UserListSearchTest, AListGoneUnaskedStopsItsReaderAnAskedOneDoesNot) {
+  Add(1, u"zhao", 1);
+  // Each reader waits at its start (the lock is held) until its list is gone.
+  for (const bool asked : {false, true}) {
+    CUserList* other = new CUserList();
+    std::shared_ptr<UserListShared> shared = other->SharedState();
+    shared->DbLock().Enter();
+    ASSERT_EQ(other->Initialize(path_.c_str(), client_), S_OK);
+    BSTR matches = nullptr;
+    if (asked) other->SearchUsers(u"zh", &matches, nullptr);
+    SysFreeString(matches);
+    other->Release();
+    shared->DbLock().Leave();
+    shared->WaitForReaders();
+    EXPECT_EQ(shared->ListSize(), asked ? 1u : 0u) << (asked ? "asked" : "unasked");
+    EXPECT_FALSE(shared->DbLock().IsHeld());
+  }
+}
+
 }  // namespace
 }  // namespace vk::test
