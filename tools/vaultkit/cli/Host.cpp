@@ -136,6 +136,9 @@ void Host::Ready() {
   if (ec) log_start_ = 0;
   if (claim_first_) ClaimAccount();
   Load();
+  // What the load and the account change left in the thread's error object is theirs: a
+  // command's operation reports only what it left itself.
+  SetErrorInfo(0, nullptr);
 }
 
 void Host::ClaimAccount() {
@@ -215,6 +218,7 @@ IUnknown* Host::Store(StoreId id, const std::u16string& path, HRESULT* opened) {
     store->Release();
     return nullptr;
   }
+  SetErrorInfo(0, nullptr);  // the opening's own notes are not the next operation's failure
   return store;
 }
 

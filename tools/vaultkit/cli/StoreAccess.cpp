@@ -1,6 +1,7 @@
 #include "tools/vaultkit/cli/StoreAccess.h"
 
 #include <cstdio>
+#include <filesystem>
 
 #include "client/ModuleSite.h"
 #include "module/StoreCatalog.h"
@@ -156,7 +157,7 @@ std::string StatusName(HRESULT hr) {
   return number;
 }
 
-std::string FailureReason(HRESULT hr) {
+std::string DescribedError() {
   IErrorInfo* info = nullptr;
   std::string reason;
   if (GetErrorInfo(0, &info) == S_OK && info != nullptr) {
@@ -165,7 +166,22 @@ std::string FailureReason(HRESULT hr) {
     reason = Utf8(description);
     info->Release();
   }
+  return reason;
+}
+
+std::string FailureReason(HRESULT hr) {
+  const std::string reason = DescribedError();
   return reason.empty() ? "the store answered " + StatusName(hr) : reason;
+}
+
+void ConfirmWritten(Host& host, StoreId id) {
+  const std::string reason = DescribedError();
+  const std::string file = ToUtf8(AccountOrDefaultFile(host, id));
+  if (!reason.empty()) throw Failure{host.Shown(reason)};
+  std::error_code ec;
+  if (!std::filesystem::is_regular_file(file, ec)) {
+    throw Failure{host.Shown(file) + ": the change was not written (no regular file there)"};
+  }
 }
 
 int Report(const char* what, HRESULT hr, std::initializer_list<HRESULT> success) {

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "module/StoreCatalog.h"
 #include "runtime/ComPtr.h"
 #include "tools/vaultkit/cli/Command.h"
 #include "vaultkit/vaultkit.h"
@@ -46,6 +47,8 @@ std::string StatusName(HRESULT hr);
 // Why the last call failed, from the thread's error object (which it clears); else the
 // status by name.
 std::string FailureReason(HRESULT hr);
+// What the component left in the thread's error object (which it clears); empty when nothing.
+std::string DescribedError();
 std::string Utf8(BSTR text);  // frees the string
 
 // Runs a lookup with a clean error object. E_FAIL that leaves no description behind is the
@@ -63,6 +66,21 @@ void Lookup(const char* what, const std::string& absent, Call call) {
   }
   if (hr == E_FAIL && !described) throw NotFound{absent};
   throw Failure{std::string(what) + " failed: " + FailureReason(hr)};
+}
+
+// The confirmation of CloseAndConfirm alone, after a call that saves at once.
+void ConfirmWritten(Host& host, StoreId id);
+// Writes a store's changes with Close and confirms that they reached the row's file. Close
+// answers S_OK by contract, so a save that failed is known by the reason it left in the thread's
+// error object (cleared first, so that only this save speaks), and by the file not being a
+// regular file afterwards. Throws Failure "<file>: <reason>". Returns `status`, the change's
+// own exit status; nothing is confirmed after a change that failed.
+template <typename I>
+int CloseAndConfirm(Host& host, I* store, StoreId id, int status) {
+  SetErrorInfo(0, nullptr);
+  store->Close();
+  if (status == kExitOk) ConfirmWritten(host, id);
+  return status;
 }
 
 // `version get` and `version set N` of a versioned XML store.

@@ -136,8 +136,7 @@ int BuddiesCommand::Run(Host& host, const Args& all) {
   } else {
     throw UsageError{"unknown or incomplete buddies action (see vaultkit buddies --help)"};
   }
-  store->Close();
-  return status;
+  return CloseAndConfirm(host, store.get(), StoreId::kBuddyProfiles, status);
 }
 
 std::unique_ptr<Command> MakeBuddiesCommand() {

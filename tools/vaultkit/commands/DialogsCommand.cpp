@@ -22,6 +22,11 @@ class DialogsCommand : public Command {
 
 namespace {
 
+// An operation named with the file it works on: every dialog operation loads and saves it.
+std::string On(const char* operation) {
+  return std::string(Row(StoreId::kRevertDialogs).file) + ": " + operation;
+}
+
 // A record field up to its terminator or its end (a value that fills it has none).
 template <size_t N>
 std::string Field(const OLECHAR (&field)[N]) {
@@ -32,12 +37,13 @@ std::string Field(const OLECHAR (&field)[N]) {
 
 int List(IRevertDialogStore* store, bool json) {
   LONG count = 0;
-  if (int status = Report("GetDialogCount", store->GetDialogCount(&count)); status != kExitOk) {
+  if (int status = Report(On("GetDialogCount").c_str(), store->GetDialogCount(&count));
+      status != kExitOk) {
     return status;
   }
   std::vector<RevertDialogInfo> records(static_cast<size_t>(count));
   if (count > 0) {
-    if (int status = Report("GetDialogs", store->GetDialogs(records.data(), count));
+    if (int status = Report(On("GetDialogs").c_str(), store->GetDialogs(records.data(), count));
         status != kExitOk) {
       return status;
     }
@@ -107,19 +113,19 @@ int Set(IRevertDialogStore* store, const std::string& name, const std::string& t
     return value == 1;
   };
   if (name == "RevertOpenConfig") {
-    return Report("SetRevertOpenConfig", store->SetRevertOpenConfig(value));
+    return Report(On("SetRevertOpenConfig").c_str(), store->SetRevertOpenConfig(value));
   }
   if (name == "IsNeedtoRevert") {
-    return zero_or_one() ? Report("SetNeedtoRevert", store->SetNeedtoRevert())
-                         : Report("ClearNeedtoRevert", store->ClearNeedtoRevert());
+    return zero_or_one() ? Report(On("SetNeedtoRevert").c_str(), store->SetNeedtoRevert())
+                         : Report(On("ClearNeedtoRevert").c_str(), store->ClearNeedtoRevert());
   }
   if (name == "Revertalready") {
-    return zero_or_one() ? Report("SetRevertalready", store->SetRevertalready())
-                         : Report("ClearRevertalready", store->ClearRevertalready());
+    return zero_or_one() ? Report(On("SetRevertalready").c_str(), store->SetRevertalready())
+                         : Report(On("ClearRevertalready").c_str(), store->ClearRevertalready());
   }
-  if (name == "RCARight") return Report("SetRCARight", store->SetRCARight(flag()));
+  if (name == "RCARight") return Report(On("SetRCARight").c_str(), store->SetRCARight(flag()));
   if (name == "OfflineToOnline") {
-    return Report("SetOfflineToOnline", store->SetOfflineToOnline(flag()));
+    return Report(On("SetOfflineToOnline").c_str(), store->SetOfflineToOnline(flag()));
   }
   throw UsageError{"unknown switch " + name + " (see vaultkit dialogs --help)"};
 }
@@ -182,6 +188,11 @@ int DialogsCommand::Run(Host& host, const Args& all) {
     }
   }
   ComPtr<IRevertDialogStore> store = OpenRevertDialogs(host);
+  // Each change saves the file at once; what the save left behind says whether it worked.
+  auto saved = [&](int status) {
+    if (status == kExitOk) ConfirmWritten(host, StoreId::kRevertDialogs);
+    return status;
+  };
   if (action == "list" && rest.empty()) return List(store.get(), json);
   if (action == "switches" && rest.empty()) return Switches(store.get(), json);
   if (action == "add" && (rest.size() == 4 || rest.size() == 5)) {
@@ -191,7 +202,7 @@ int DialogsCommand::Run(Host& host, const Args& all) {
                      ? store->AddDialog(w[0].c_str(), w[1].c_str(), w[2].c_str(), w[3].c_str())
                      : store->AddDialogWithReceiver(w[0].c_str(), w[1].c_str(), w[2].c_str(),
                                                     w[3].c_str(), w[4].c_str());
-    return Report("AddDialog", hr);
+    return saved(Report(On("AddDialog").c_str(), hr));
   }
   if (action == "remove" && rest.size() == 1) {
     std::u16string key = FromUtf8(rest[0]);
@@ -202,10 +213,11 @@ int DialogsCommand::Run(Host& host, const Args& all) {
       LONG count = 0;
       if (store->GetDialogCount(&count) == S_OK) throw NotFound{"no dialog matches " + rest[0]};
     }
-    return Report("RemoveDialog", store->RemoveDialog(key.c_str()));
+    return saved(Report(On("RemoveDialog").c_str(), store->RemoveDialog(key.c_str())));
   }
-  if (action == "set" && rest.size() == 2) return Set(store.get(), rest[0], rest[1]);
-  if (action == "reset" && rest.empty()) return Report("ResetFile", store->ResetFile());
+  if (action == "set" && rest.size() == 2) return saved(Set(store.get(), rest[0], rest[1]));
+  if (action == "reset" && rest.empty())
+    return saved(Report(On("ResetFile").c_str(), store->ResetFile()));
   throw UsageError{"unknown or incomplete dialogs action (see vaultkit dialogs --help)"};
 }
 

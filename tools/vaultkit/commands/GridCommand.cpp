@@ -101,8 +101,7 @@ int GridCommand::Run(Host& host, const Args& all) {
   } else {
     throw UsageError{"unknown or incomplete grid action (see vaultkit grid --help)"};
   }
-  grid->Close();
-  return status;
+  return CloseAndConfirm(host, grid.get(), StoreId::kUserGrid, status);
 }
 
 std::unique_ptr<Command> MakeGridCommand() {

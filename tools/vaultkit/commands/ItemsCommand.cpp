@@ -140,8 +140,7 @@ int ItemsCommand::Run(Host& host, const Args& all) {
             ? Report("DeleteItem", store->DeleteItem(first.c_str()))
             : Report("DeleteItemFields",
                      store->DeleteItemFields(first.c_str(), records.data(), count));
-    store->Close();
-    return status;
+    return CloseAndConfirm(host, store.get(), StoreId::kItems, status);
   }
   if (action == "export" || action == "merge") {
     return action == "export" ? Report("ExportToFile", store->ExportToFile(first.c_str()))

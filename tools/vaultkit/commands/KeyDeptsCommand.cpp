@@ -114,8 +114,7 @@ int KeyDeptsCommand::Run(Host& host, const Args& all) {
   } else {
     throw UsageError{"unknown or incomplete keydepts action (see vaultkit keydepts --help)"};
   }
-  store->Close();
-  return status;
+  return CloseAndConfirm(host, store.get(), StoreId::kKeyDepts, status);
 }
 
 std::unique_ptr<Command> MakeKeyDeptsCommand() {

@@ -101,8 +101,7 @@ int LeaderCommand::Run(Host& host, const Args& all) {
   } else {
     throw UsageError{"unknown or incomplete leader action (see vaultkit leader --help)"};
   }
-  store->Close();
-  return status;
+  return CloseAndConfirm(host, store.get(), StoreId::kDeptLeader, status);
 }
 
 std::unique_ptr<Command> MakeLeaderCommand() {

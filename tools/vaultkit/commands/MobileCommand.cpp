@@ -98,14 +98,15 @@ int MobileCommand::Run(Host& host, const Args& all) {
 
   ComPtr<IMobileProfileStore> store = OpenMobileProfile(host);
   if (action == "add") {
-    int status = Report("AddItem", store->AddItem(&entry));
+    int status = CloseAndConfirm(host, store.get(), StoreId::kMobileProfiles,
+                                 Report("AddItem", store->AddItem(&entry)));
     if (status == kExitOk) std::printf("%s\n", FieldUtf8(entry.Name).c_str());
-    store->Close();
     return status;
   }
   if (action == "delete") {
     HRESULT hr = store->DeleteItem(FromUtf8(rest[0]).c_str());
-    store->Close();
+    CloseAndConfirm(host, store.get(), StoreId::kMobileProfiles,
+                    hr == S_OK ? kExitOk : kExitFailed);
     if (hr == E_INVALIDARG)
       throw NotFound{"no mobile entry is named '" + rest[0] + "' in any case"};
     return Report("DeleteItem", hr);

@@ -204,8 +204,7 @@ int ProfilesCommand::Run(Host& host, const Args& all) {
   } else {
     throw UsageError{"unknown or incomplete profiles action (see vaultkit profiles --help)"};
   }
-  store->Close();
-  return status;
+  return CloseAndConfirm(host, store.get(), StoreId::kProfiles, status);
 }
 
 std::unique_ptr<Command> MakeProfilesCommand() {

@@ -342,6 +342,7 @@ int UsersCommand::Run(Host& host, const Args& all) {
     entry.uin = Id(rest[2], "UIN");
     ULONG gender = rest.size() == 4 ? Id(rest[3], "GENDER") : 0;
     // The row is written even though the answer is E_FAIL: confirm by looking it up.
+    SetErrorInfo(0, nullptr);
     users->AddUserEx(Id(rest[0], "DEPT"), &entry, gender);
     users->IsNickExist(nick.c_str(), &exists);
     if (!exists) throw Failure{"could not add " + rest[1] + ": " + FailureReason(E_FAIL)};

@@ -4,8 +4,8 @@
 #   generate.sh VAULTKIT HELP2MAN OUTDIR   writes OUTDIR/vaultkit.1.gz and
 #                                          OUTDIR/completions/vaultkit
 # The help texts follow two conventions read here: `vaultkit --help` lists the commands as
-# "  NAME   summary" under "commands:", its usage line names the global options as
-# "[--option VALUE]", and a command's help lists each action on a line of its own as
+# "  NAME   summary" under "commands:" and the global options as "  --option VALUE  text" or
+# "  --flag  text", and a command's help lists each action on a line of its own as
 # "  ACTION ARGS...", the arguments in capitals or brackets ("  get NICK", "  show [--language
 # N]"), or an action alone before two spaces ("  list   every ...").
 set -euo pipefail
@@ -17,7 +17,9 @@ mkdir -p "$out/completions"
 usage=$("$vaultkit" --help)
 mapfile -t commands < <(sed -n '/^commands:$/,/^$/s/^  \([a-z][a-z-]*\) .*/\1/p' <<<"$usage")
 ((${#commands[@]})) || { echo "generate.sh: no commands in 'vaultkit --help'" >&2; exit 1; }
-valued=$(grep -o '\[--[a-z-]* [A-Z]*\]' <<<"$usage" | sed 's/^\[\(--[a-z-]*\) .*/\1/' | tr '\n' ' ')
+valued=$(sed -n 's/^  \(--[a-z-]*\) [A-Z][A-Z]* .*/\1/p' <<<"$usage" | tr '\n' ' ')
+flags=$(sed -n 's/^  \(--[a-z-]*\)  .*/\1/p' <<<"$usage" | tr '\n' ' ')
+[ -n "$valued" ] || { echo "generate.sh: no options in 'vaultkit --help'" >&2; exit 1; }
 actions() {  # the actions of a command's help; "set-pro-ver N | set-dept-ver N" gives both
   "$vaultkit" "$1" --help |
     { grep -E '^  [a-z][a-z-]*(  | [A-Z[]| [a-z-]+\||$)' || true; } | sed 's/^  //; s/  .*//; s/ | /\n/g' |
@@ -44,7 +46,7 @@ gzip -9nf "$out/vaultkit.1"
   echo "# bash completion for vaultkit, made from its help texts when it was built."
   echo "_vaultkit() {"
   echo "  local cur=\${COMP_WORDS[COMP_CWORD]} prev=\${COMP_WORDS[COMP_CWORD - 1]} i=1 command=\"\" words=\"\""
-  echo "  local valued=\" $valued\""
+  echo "  local valued=\" $valued\" flags=\"$flags\""
   cat <<'BODY'
   case $prev in
     --data-root) mapfile -t COMPREPLY < <(compgen -d -- "$cur"); return ;;
@@ -56,7 +58,7 @@ gzip -9nf "$out/vaultkit.1"
     ((i += 1))
   done
   if [[ -z $command ]]; then
-    if [[ $cur == -* ]]; then words="$valued --help --version"; else words=$(_vaultkit_commands); fi
+    if [[ $cur == -* ]]; then words="$valued $flags --help --version"; else words=$(_vaultkit_commands); fi
   elif ((i + 1 == COMP_CWORD)) && [[ $cur != -* ]]; then
     words=$(_vaultkit_actions "$command")
   elif [[ $cur == -* ]]; then
