@@ -27,6 +27,8 @@ a=(--data-root "$d" --account alice)
 search=$("$vaultkit" "${a[@]}" users search zh)
 check "search finds each match once" test "$(sort <<<"$search" | uniq -d | wc -l)" = 0
 check "search finds zhangsan" grep -qx "zhangsan(张三)" <<<"$search"
+check "--limit shows the first N" test "$("$vaultkit" "${a[@]}" users search z --limit 2 2>"$work/err" | wc -l)" = 2
+check "... and says how many matched" grep -q "^vaultkit: 2 of 3 shown; --limit to change$" "$work/err"
 "$vaultkit" "${a[@]}" grid set zhangsan 42
 check "grid value on disk" grep -q 'Grid="42"' "$d/Accounts/alice/UserGrid.xml"
 check "grid value read back" test "$("$vaultkit" "${a[@]}" grid get zhangsan)" = 42

@@ -49,5 +49,15 @@ check "a write repairs as the client would" \
   test "$(exit_code "$vaultkit" --data-root "$d" --account alice grid set zhangsan 1)" = 0
 check "... keeping the damaged bytes aside" test -n "$(ls "$f" | grep '^UserGrid.xml.damaged-')"
 
+# A directory the store cannot read answers "nothing": that is reported as damage, not absence.
+"$vaultkit" --data-root "$d" --account alice users import "$(dirname "$0")/../../samples/org.xml" >/dev/null
+head -c 5000 "$f/userList5.dat" >"$work/cut" && cp "$work/cut" "$f/userList5.dat"
+for read in "users find zhangsan" "users depts" "users search zh"; do
+  # shellcheck disable=SC2086
+  said=$("$vaultkit" --data-root "$d" --account alice $read 2>&1 >/dev/null); code=$?
+  check "$read on a truncated directory exits 3" test "$code" = 3
+  check "... naming userList5.dat" grep -q "userList5.dat" <<<"$said"
+done
+
 echo "$passed passed, $failed failed"
 [ "$failed" -eq 0 ]

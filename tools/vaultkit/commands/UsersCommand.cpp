@@ -13,6 +13,7 @@
 #include "platform/Text.h"
 #include "storage/XmlErrorTrap.h"
 #include "storage/XmlParsePolicy.h"
+#include "tools/vaultkit/check/AccountCheck.h"
 #include "tools/vaultkit/cli/Host.h"
 #include "tools/vaultkit/cli/Json.h"
 #include "tools/vaultkit/cli/StoreAccess.h"
@@ -31,6 +32,8 @@ class UsersCommand : public Command {
 };
 
 namespace {
+
+constexpr size_t kSearchCap = 50;  // the most one search of the directory returns
 
 ULONG Id(const std::string& text, const char* what) {
   return ParseUint32(text, what);
@@ -136,7 +139,7 @@ int Import(Host& host, IUserList* users, const std::string& file, bool json) {
   return kExitOk;
 }
 
-int Search(IUserList* users, const std::string& prefix, bool json) {
+int Search(IUserList* users, const std::string& prefix, size_t limit, bool json) {
   WaitForSearchLists(users);
   BSTR matches = nullptr, reserved = nullptr;
   HRESULT hr = users->SearchUsers(WideToLower(FromUtf8(prefix)).c_str(), &matches, &reserved);
@@ -150,10 +153,18 @@ int Search(IUserList* users, const std::string& prefix, bool json) {
   for (size_t start = 0, end; (end = text.find(';', start)) != std::string::npos; start = end + 1) {
     found.push_back(text.substr(start, end - start));
   }
+  const size_t matched = found.size();
+  if (found.size() > limit) found.erase(found.begin() + static_cast<ptrdiff_t>(limit), found.end());
   if (json) {
     PrintJson(found);
   } else {
     for (const auto& match : found) std::printf("%s\n", match.get<std::string>().c_str());
+  }
+  // The directory's search returns at most 50 matches and no total: at 50, more may match.
+  if (matched > found.size() || matched >= kSearchCap) {
+    std::fprintf(stderr, "vaultkit: %zu of %s%zu shown; --limit to change%s\n", found.size(),
+                 matched >= kSearchCap ? "at least " : "", matched,
+                 matched >= kSearchCap ? " (the search stops at 50: narrow PREFIX)" : "");
   }
   if (found.empty()) throw NotFound{"no one matches '" + prefix + "'"};
   return kExitOk;
@@ -185,6 +196,20 @@ int Dept(IUserList* users, ULONG dept, bool json) {
     if (!table.Empty()) table.Print();
   }
   return kExitOk;
+}
+
+// An answer of nothing from a directory the store cannot read is not "not found": the user
+// list answers a damaged database with empty results, so such an answer is checked against the
+// file, as `vaultkit check` reads it.
+void RefuseIfDamaged(Host& host) {
+  const std::string file = Row(StoreId::kUserList).file;
+  const FolderReport report = AccountCheck::ForAccount().Run(
+      std::filesystem::path(host.DataRoot()) / "Accounts" / host.Account(), host.Account());
+  for (const FileReport& checked : report.files) {
+    if (checked.file == file && checked.GetStatus() == FileReport::Status::kDamaged) {
+      throw Failure{checked.problems.front() + "; see `vaultkit check`"};
+    }
+  }
 }
 
 int Depts(IUserList* users, bool json) {
@@ -267,7 +292,9 @@ const char* UsersCommand::Help() const {
   return "usage: vaultkit [--data-root DIR] --account NAME users ACTION [--json]\n"
          "  import FILE                  replace the directory with an organisation file\n"
          "                               (root UserList); any other file is refused\n"
-         "  search PREFIX                members whose nickname, name or spelling begins so\n"
+         "  search PREFIX [--limit N]    members whose nickname, name or spelling begins so;\n"
+         "                               the first N (1-50, default 50); the directory's\n"
+         "                               search stops at 50, which stderr says\n"
          "  dept ID                      the members of a department\n"
          "  depts                        department ids with their versions\n"
          "  find NICK                    uin, departments, name and gender of a member\n"
@@ -283,6 +310,8 @@ const char* UsersCommand::Help() const {
 int UsersCommand::Run(Host& host, const Args& all) {
   Args args = all;
   bool json = args.TakeFlag("--json");
+  const uint32_t limit = ParseUint32(args.TakeOption("--limit", "50"), "--limit");
+  if (limit < 1 || limit > kSearchCap) throw UsageError{"--limit takes a number from 1 to 50"};
   if (args.empty()) throw UsageError{"users needs an action (see vaultkit users --help)"};
   const std::string& action = args[0];
   std::vector<std::string> rest(args.begin() + 1, args.end());
@@ -312,21 +341,17 @@ int UsersCommand::Run(Host& host, const Args& all) {
     need(1, 1);
     return Import(host, users.get(), rest[0], json);
   }
-  if (action == "search") {
-    need(1, 1);
-    return Search(users.get(), rest[0], json);
-  }
-  if (action == "dept") {
-    need(1, 1);
-    return Dept(users.get(), Id(rest[0], "ID"), json);
-  }
-  if (action == "depts") {
-    need(0, 0);
-    return Depts(users.get(), json);
-  }
-  if (action == "find") {
-    need(1, 1);
-    return Find(users.get(), rest[0], json);
+  try {
+    if (action == "search") return Search(users.get(), rest[0], limit, json);
+    if (action == "dept") return Dept(users.get(), Id(rest[0], "ID"), json);
+    if (action == "depts") {
+      if (DeptIds(users.get()).empty()) RefuseIfDamaged(host);
+      return Depts(users.get(), json);
+    }
+    if (action == "find") return Find(users.get(), rest[0], json);
+  } catch (const NotFound&) {
+    RefuseIfDamaged(host);
+    throw;
   }
   if (action == "versions") {
     need(0, 0);
