@@ -162,9 +162,10 @@ HRESULT CLocalOffMsgStore::GetIndexesFromXML(const std::u16string& index,
   // A file that does not read to its end adds nothing.
   if (!view->Readable()) return E_FAIL;
   const bool discussion = index == discussion_.index;
-  for (vk::OffMsgConversation c : view->Conversations().InOrder()) {
-    c.discussion = discussion;
-    into.Add(std::move(c));
+  for (const vk::OffMsgConversation* c : view->Conversations()) {
+    vk::OffMsgConversation copy = *c;
+    copy.discussion = discussion;
+    into.Add(std::move(copy));
   }
   return S_OK;
 }
@@ -283,9 +284,11 @@ HRESULT CLocalOffMsgStore::GetOffMsgFromChannel(const Channel& channel, std::u16
       std::u16string id_text(id);
       HRESULT hr = item->SetTextAttr(u"Xml", xml.c_str());
       if (SUCCEEDED(hr)) hr = item->SetTextAttr(u"Identifier", id_text.c_str());
-      if (SUCCEEDED(hr)) hr = item->SetTextAttr(u"Type", match.type.c_str());
-      if (SUCCEEDED(hr)) hr = item->SetTextAttr(u"Sender", match.sender.c_str());
-      if (SUCCEEDED(hr)) hr = item->SetTextAttr(u"Recievers", match.receivers.c_str());
+      if (SUCCEEDED(hr)) hr = item->SetTextAttr(u"Type", vk::FromUtf8(match.type).c_str());
+      if (SUCCEEDED(hr)) hr = item->SetTextAttr(u"Sender", vk::FromUtf8(match.sender).c_str());
+      if (SUCCEEDED(hr)) {
+        hr = item->SetTextAttr(u"Recievers", vk::FromUtf8(match.receivers).c_str());
+      }
       if (SUCCEEDED(hr)) hr = item->SetIntAttr(u"CreateTime", match.create_time);
       if (SUCCEEDED(hr)) hr = list->Append(item);
       item->Release();

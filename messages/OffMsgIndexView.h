@@ -12,10 +12,11 @@
 
 namespace vk {
 
-// One record of a message id: where its body lies and what the fetched item shows.
+// One record of a message id: where its body lies and what the fetched item shows (texts in
+// UTF-8 as read, turned into the client's text only for the message fetched).
 struct OffMsgBody {
   LONG create_time = 0, addr = 0, len = 0;
-  std::u16string sender, receivers, type;
+  std::string sender, receivers, type;
 };
 
 class OffMsgIndexView {
@@ -27,8 +28,8 @@ class OffMsgIndexView {
   bool Readable() const { return readable_; }
   // DataSum of the root; -1 when not readable.
   LONG Sum() const { return sum_; }
-  // The records grouped within this file.
-  const OffMsgConversations& Conversations() const { return conversations_; }
+  // The records grouped within this file, in the order the client's list takes them.
+  std::vector<const OffMsgConversation*> Conversations() const;
   // The records whose MsgID equals the id regardless of case, in file order.
   const std::vector<OffMsgBody>& BodiesOf(std::u16string_view id) const;
   // The largest CreateTime from 0 up and the Addr of its record; 0 and 0 without records.
@@ -36,10 +37,16 @@ class OffMsgIndexView {
   LONG LatestAddr() const { return latest_addr_; }
 
  private:
+  struct Message {
+    OffMsgConversation conversation;  // its first record, and how many there are
+    size_t last = 0;                  // the position of its last record in the file
+    std::vector<OffMsgBody> bodies;
+  };
+
   bool readable_ = false;
   LONG sum_ = -1;
-  OffMsgConversations conversations_;
-  std::unordered_map<std::u16string, std::vector<OffMsgBody>> bodies_;  // by lower-cased id
+  std::vector<Message> messages_;                     // in the order of their first records
+  std::unordered_map<std::u16string, size_t> by_id_;  // lower-cased MsgID -> messages_
   LONG latest_time_ = 0, latest_addr_ = 0;
 };
 
