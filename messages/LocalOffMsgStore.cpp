@@ -127,10 +127,8 @@ std::optional<LONG> CLocalOffMsgStore::ReadSum(const std::u16string& index) cons
   OutputDebugStringA("CLocalOffMsgStore::GetSumFromXML Get in\n");
   // The sum is an attribute of the root, but an index counts only when it reads to its end:
   // a file cut short or damaged after its root counts as none (and is never cleared). So the
-  // whole file is read, once: the read is kept while the file stays the same.
-  std::shared_ptr<const vk::OffMsgIndexView> view = indexes_.Get(index);
-  if (!view->Readable()) return std::nullopt;
-  return view->Sum();
+  // whole file is read, once while it stays the same.
+  return indexes_.Sum(index);
 }
 
 LONG CLocalOffMsgStore::GetSumFromXML(const std::u16string& index) const {
@@ -158,7 +156,7 @@ HRESULT CLocalOffMsgStore::GetIndexesFromXML(const std::u16string& index,
                                              vk::OffMsgConversations& into) const {
   OutputDebugStringA("CLocalOffMsgStore::GetIndexesFromXML Get in\n");
   if (!IsFileExist(index)) return S_OK;
-  std::shared_ptr<const vk::OffMsgIndexView> view = indexes_.Get(index);
+  std::shared_ptr<const vk::OffMsgIndexView> view = indexes_.View(index);
   // A file that does not read to its end adds nothing.
   if (!view->Readable()) return E_FAIL;
   const bool discussion = index == discussion_.index;
@@ -243,7 +241,7 @@ HRESULT CLocalOffMsgStore::GetOffMsgFromChannel(const Channel& channel, std::u16
                                                 IDataList* list) const {
   OutputDebugStringA("CLocalOffMsgStore::GetOffMsgByID Get in\n");
   if (!IsFileExist(channel.index)) return S_OK;
-  std::shared_ptr<const vk::OffMsgIndexView> view = indexes_.Get(channel.index);
+  std::shared_ptr<const vk::OffMsgIndexView> view = indexes_.View(channel.index);
   if (!view->Readable()) return E_FAIL;
   const char16_t* data = channel.data.c_str();
   try {
@@ -416,7 +414,7 @@ void CLocalOffMsgStore::ClearIfEmpty(const Channel& channel, LONG number) {
 }
 
 void CLocalOffMsgStore::LatestOf(const std::u16string& index, LONG* time, LONG* addr) const {
-  std::shared_ptr<const vk::OffMsgIndexView> view = indexes_.Get(index);
+  std::shared_ptr<const vk::OffMsgIndexView> view = indexes_.View(index);
   // An index that does not read to its end leaves the outputs as they were.
   if (!view->Readable()) return;
   *time = view->LatestTime();

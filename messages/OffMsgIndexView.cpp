@@ -64,6 +64,16 @@ OffMsgIndexView OffMsgIndexView::Read(std::u16string_view path) {
   return view;
 }
 
+std::optional<LONG> OffMsgIndexView::ReadSum(std::u16string_view path) {
+  LONG sum = -1;
+  if (!OffMsgIndexScan::Scan(
+          path, [&](const OffMsgAttributes& a) { sum = a.Int("DataSum"); },
+          [](const OffMsgAttributes&) {})) {
+    return std::nullopt;
+  }
+  return sum;
+}
+
 std::vector<const OffMsgConversation*> OffMsgIndexView::Conversations() const {
   // A conversation goes to the end of the list with each of its records: the list follows
   // the conversations' last records.

@@ -3,6 +3,7 @@
 // the place of their bodies, and the latest record.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -24,6 +25,9 @@ class OffMsgIndexView {
   // Reads the index through. A file that does not read to its end (missing, damaged, cut
   // short, its root not OffMsgIndexData) gives a view that is not readable and holds nothing.
   static OffMsgIndexView Read(std::u16string_view path);
+  // The DataSum alone, from a pass that reads the file through without keeping the records;
+  // none when it does not read to its end.
+  static std::optional<LONG> ReadSum(std::u16string_view path);
 
   bool Readable() const { return readable_; }
   // DataSum of the root; -1 when not readable.
