@@ -5,10 +5,13 @@
 #include <benchmark/benchmark.h>
 #include <libxml/parser.h>
 #include <libxml/xpath.h>
+#include <malloc.h>
 #include <stdlib.h>
 
 #include <chrono>
+#include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -22,6 +25,27 @@ inline std::string TempFolder() {
   std::string pattern = std::filesystem::temp_directory_path().string() + "/vk-bench-XXXXXX";
   if (::mkdtemp(pattern.data()) == nullptr) abort();
   return pattern;
+}
+
+// A field of /proc/self/status in kilobytes ("VmRSS:", "VmHWM:").
+inline long StatusKilobytes(const char* field) {
+  std::ifstream status("/proc/self/status");
+  std::string line;
+  while (std::getline(status, line)) {
+    if (line.rfind(field, 0) == 0) return std::stol(line.substr(std::strlen(field) + 1));
+  }
+  return 0;
+}
+
+// How far `work` raises the resident high-water mark above the resident size it began with,
+// in bytes. The heap is trimmed first so that the work cannot hide in memory freed earlier.
+template <typename Work>
+double PeakRssGrowthBytes(Work&& work) {
+  malloc_trim(0);
+  std::ofstream("/proc/self/clear_refs") << "5";  // resets VmHWM to the current VmRSS
+  const long before = StatusKilobytes("VmRSS:");
+  work();
+  return 1024.0 * double(StatusKilobytes("VmHWM:") - before);
 }
 
 // Runs work `rounds` times and returns the mean nanoseconds per round.

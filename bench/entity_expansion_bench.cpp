@@ -44,14 +44,7 @@ std::string Quadratic(const std::string& root, const std::string& open, const st
   return text + close;
 }
 
-long StatusKilobytes(const char* field) {
-  std::ifstream status("/proc/self/status");
-  std::string line;
-  while (std::getline(status, line)) {
-    if (line.rfind(field, 0) == 0) return std::stol(line.substr(std::strlen(field) + 1));
-  }
-  return 0;
-}
+using vk::bench::StatusKilobytes;
 
 // Resets the kernel's peak resident size (VmHWM) to the current size.
 void ResetPeak() {

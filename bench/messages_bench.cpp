@@ -1,16 +1,21 @@
-// The conversation stores at their expected sizes: an offline-message channel of 10,000
-// records in 1,000 conversations (listing and fetching one message), and a reply-pending
-// dialog file of 1,000 dialogs (every operation reloads and rewrites the file). Each case
-// measures a bare libxml2 (and zlib) baseline doing the same file work in the same run.
+// The conversation stores at their expected sizes: an offline-message channel of 10,000 and
+// of 100,000 records, ten to a conversation (the total, the listing, fetching one message, and
+// the memory a deletion takes), and a reply-pending dialog file of 1,000 dialogs (every
+// operation reloads and rewrites the file). Each case measures a bare libxml2 (and zlib)
+// baseline doing the same file work in the same run. The offline store keeps what it read
+// from an index while the file stays the same, so its first call is reported apart.
 #include <benchmark/benchmark.h>
 #include <libxml/parser.h>
 #include <libxml/tree.h>
+#include <libxml/xmlreader.h>
 #include <stdlib.h>
 #include <zlib.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "bench/BenchSupport.h"
 #include "client/ClientRoot.h"
@@ -23,8 +28,7 @@
 
 namespace {
 
-constexpr int kRecords = 10000;
-constexpr int kConversations = 1000;
+constexpr int kRecordsPerConversation = 10;
 constexpr int kDialogs = 1000;
 
 using vk::bench::MeanNanoseconds;
@@ -45,16 +49,16 @@ void Report(benchmark::State& state, double per_op, double baseline_ns) {
   state.counters["ratio"] = baseline_ns > 0 ? per_op / baseline_ns : 0;
 }
 
-// A client with one account whose IM channel holds the sample records.
+// A client with one account whose IM channel holds `records` sample records.
 class OffMsgFixture {
  public:
-  OffMsgFixture() : folder_(TempFolder()), root_(new vk::ClientRoot()) {
+  explicit OffMsgFixture(int records) : folder_(TempFolder()), root_(new vk::ClientRoot()) {
     root_->SetDataFolder(vk::FromUtf8(folder_));
     root_->SetAccount(u"bench");
     vk::samples::WriteOffMsgChannel(
         vk::FromUtf8(folder_), u"bench", VK_OFFMSG_CHANNEL_IM,
         vk::samples::BuildOffMsgChannel(
-            vk::samples::SampleOffMsgRecords(kRecords, kConversations)));
+            vk::samples::SampleOffMsgRecords(records, records / kRecordsPerConversation)));
     vk::ModuleSite* site = new vk::ModuleSite(root_);
     store_ = new CLocalOffMsgStore();
     store_->Init(static_cast<IModuleSite*>(site));
@@ -110,45 +114,130 @@ double BareIndexWalk(const std::string& index, const std::string& data, const ch
   });
 }
 
-void BM_OffMsgGetIndexes(benchmark::State& state) {
-  OffMsgFixture fixture;
-  auto start = std::chrono::steady_clock::now();
+// Times each round of `call` (the first one apart) and reports the first call and the
+// median of the others, in milliseconds.
+template <typename Call>
+void TimeCalls(benchmark::State& state, Call&& call) {
+  std::vector<double> spent;
   for (auto _ : state) {
+    auto start = std::chrono::steady_clock::now();
+    call();
+    spent.push_back(
+        std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
+            .count());
+  }
+  state.counters["first_ms"] = spent.empty() ? 0 : spent.front();
+  if (spent.size() > 1) {
+    auto middle = spent.begin() + 1 + (spent.size() - 1) / 2;
+    std::nth_element(spent.begin() + 1, middle, spent.end());
+    state.counters["median_ms"] = *middle;
+  }
+}
+
+// libxml2's streaming reader on the index, stopped at the root: the least that reads DataSum.
+double BareRootRead(const std::string& index) {
+  return MeanNanoseconds(50, [&](int) {
+    xmlTextReaderPtr reader = xmlReaderForFile(index.c_str(), "GBK", XML_PARSE_NONET);
+    while (xmlTextReaderRead(reader) == 1 && xmlTextReaderNodeType(reader) != 1) {
+    }
+    xmlChar* sum = xmlTextReaderGetAttribute(reader, BAD_CAST "DataSum");
+    benchmark::DoNotOptimize(atol(reinterpret_cast<const char*>(sum)));
+    xmlFree(sum);
+    xmlFreeTextReader(reader);
+  });
+}
+
+void BM_OffMsgGetTotalCount(benchmark::State& state) {
+  OffMsgFixture fixture(static_cast<int>(state.range(0)));
+  TimeCalls(state, [&] {
+    LONG count = 0;
+    fixture.Store()->GetTotalCount(&count);
+    benchmark::DoNotOptimize(count);
+  });
+  Report(state, state.counters["median_ms"] * 1e6, BareRootRead(fixture.Index()));
+}
+BENCHMARK(BM_OffMsgGetTotalCount)
+    ->Arg(10000)
+    ->Arg(100000)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(50)
+    ->Repetitions(3)
+    ->ReportAggregatesOnly(true);
+
+void BM_OffMsgGetIndexes(benchmark::State& state) {
+  OffMsgFixture fixture(static_cast<int>(state.range(0)));
+  TimeCalls(state, [&] {
     VARIANT list;
     VariantInit(&list);
     fixture.Store()->GetIndexes(&list);
     VariantClear(&list);
-  }
-  double per_op = PerOp(state, start);
-  Report(state, per_op, BareIndexWalk(fixture.Index(), fixture.Data(), nullptr));
+  });
+  Report(state, state.counters["median_ms"] * 1e6,
+         BareIndexWalk(fixture.Index(), fixture.Data(), nullptr));
 }
 BENCHMARK(BM_OffMsgGetIndexes)
+    ->Arg(10000)
+    ->Arg(100000)
     ->Unit(benchmark::kMillisecond)
+    ->Iterations(20)
     ->Repetitions(3)
     ->ReportAggregatesOnly(true);
 
 // The conversation whose first record comes last among the first records, and an id that
-// is not there (the whole index is walked).
+// is not there.
 void BM_OffMsgGetOffMsgByID(benchmark::State& state) {
-  OffMsgFixture fixture;
-  const char16_t* id = state.range(0) == 0 ? u"conv999" : u"absent";
-  auto start = std::chrono::steady_clock::now();
-  for (auto _ : state) {
+  const int records = static_cast<int>(state.range(0));
+  OffMsgFixture fixture(records);
+  const bool present = state.range(1) == 0;
+  const std::string last = "conv" + std::to_string(records / kRecordsPerConversation - 1);
+  const std::u16string id = present ? vk::FromUtf8(last) : u"absent";
+  TimeCalls(state, [&] {
     VARIANT list;
     VariantInit(&list);
-    fixture.Store()->GetOffMsgByID(id, &list);
+    fixture.Store()->GetOffMsgByID(id.c_str(), &list);
     VariantClear(&list);
-  }
-  double per_op = PerOp(state, start);
-  Report(state, per_op,
-         BareIndexWalk(fixture.Index(), fixture.Data(), state.range(0) == 0 ? "conv999" : nullptr));
+  });
+  Report(state, state.counters["median_ms"] * 1e6,
+         BareIndexWalk(fixture.Index(), fixture.Data(), present ? last.c_str() : nullptr));
 }
 BENCHMARK(BM_OffMsgGetOffMsgByID)
-    ->Arg(0)
-    ->Arg(1)
+    ->ArgsProduct({{10000, 100000}, {0, 1}})
     ->Unit(benchmark::kMillisecond)
+    ->Iterations(50)
     ->Repetitions(3)
     ->ReportAggregatesOnly(true);
+
+// Peak resident growth of one deletion of a conversation (ten records), against bare libxml2
+// building the index's tree; both also as a multiple of the index's size.
+void BM_OffMsgDeleteMemory(benchmark::State& state) {
+  const int records = static_cast<int>(state.range(0));
+  double store_bytes = 0, bare_bytes = 0, index_bytes = 0;
+  int round = 0;
+  for (auto _ : state) {
+    state.PauseTiming();
+    OffMsgFixture fixture(records);
+    std::string bytes = vk::ReadWholeFile(vk::FromUtf8(fixture.Index())).value_or("");
+    index_bytes = double(bytes.size());
+    const std::u16string id = u"conv" + vk::FromUtf8(std::to_string(round++));
+    state.ResumeTiming();
+    store_bytes = std::max(store_bytes, vk::bench::PeakRssGrowthBytes([&] {
+                             fixture.Store()->DeleteOffMsgIndexByID(id.c_str());
+                           }));
+    state.PauseTiming();
+    bare_bytes =
+        std::max(bare_bytes, vk::bench::PeakRssGrowthBytes([&] {
+                   xmlFreeDoc(xmlReadMemory(bytes.data(), int(bytes.size()), nullptr, "GBK",
+                                            XML_PARSE_NONET | XML_PARSE_IGNORE_ENC));
+                 }));
+    state.ResumeTiming();
+  }
+  state.counters["index_MB"] = index_bytes / 1e6;
+  state.counters["peak_growth_MB"] = store_bytes / 1e6;
+  state.counters["baseline_MB"] = bare_bytes / 1e6;
+  state.counters["times_index"] = index_bytes > 0 ? store_bytes / index_bytes : 0;
+  state.counters["ratio"] = bare_bytes > 0 ? store_bytes / bare_bytes : 0;
+}
+BENCHMARK(BM_OffMsgDeleteMemory)->Arg(100000)->Unit(benchmark::kMillisecond)->Iterations(3);
 
 // A dialog store on a file of kDialogs dialogs.
 class DialogFixture {

@@ -5,6 +5,7 @@
 
 #include "messages/OffMsgConversations.h"
 #include "messages/OffMsgIndex.h"
+#include "messages/OffMsgIndexView.h"
 #include "platform/Assert.h"
 #include "platform/Compression.h"
 #include "platform/Files.h"
@@ -124,10 +125,10 @@ const CLocalOffMsgStore::Channel* CLocalOffMsgStore::FindChannel(LONG channel) c
 
 std::optional<LONG> CLocalOffMsgStore::ReadSum(const std::u16string& index) const {
   OutputDebugStringA("CLocalOffMsgStore::GetSumFromXML Get in\n");
-  LONG sum = -1;
-  auto root = [&](const vk::OffMsgAttributes& a) { sum = a.Int("DataSum"); };
-  if (!vk::OffMsgIndexScan::Scan(index, root, kSkip)) return std::nullopt;
-  return sum;
+  // The sum is an attribute of the root, but an index counts only when it reads to its end:
+  // a file cut short or damaged after its root counts as none (and is never cleared). So the
+  // whole file is read, once while it stays the same.
+  return indexes_.Sum(index);
 }
 
 LONG CLocalOffMsgStore::GetSumFromXML(const std::u16string& index) const {
@@ -155,20 +156,15 @@ HRESULT CLocalOffMsgStore::GetIndexesFromXML(const std::u16string& index,
                                              vk::OffMsgConversations& into) const {
   OutputDebugStringA("CLocalOffMsgStore::GetIndexesFromXML Get in\n");
   if (!IsFileExist(index)) return S_OK;
-  std::vector<vk::OffMsgConversation> records;
-  const bool discussion = index == discussion_.index;
-  auto record = [&](const vk::OffMsgAttributes& a) {
-    records.push_back({.msg_id = a.Text("MsgID"),
-                       .create_time = a.Int("CreateTime"),
-                       .session_desc = a.Text("SessionDesc"),
-                       .actor = a.Text("Recievers"),
-                       .title = a.Text("Title"),
-                       .type = a.Text("Type"),
-                       .discussion = discussion});
-  };
+  std::shared_ptr<const vk::OffMsgIndexView> view = indexes_.View(index);
   // A file that does not read to its end adds nothing.
-  if (!vk::OffMsgIndexScan::Scan(index, kSkip, record)) return E_FAIL;
-  for (vk::OffMsgConversation& r : records) into.Add(std::move(r));
+  if (!view->Readable()) return E_FAIL;
+  const bool discussion = index == discussion_.index;
+  for (const vk::OffMsgConversation* c : view->Conversations()) {
+    vk::OffMsgConversation copy = *c;
+    copy.discussion = discussion;
+    into.Add(std::move(copy));
+  }
   return S_OK;
 }
 
@@ -245,21 +241,12 @@ HRESULT CLocalOffMsgStore::GetOffMsgFromChannel(const Channel& channel, std::u16
                                                 IDataList* list) const {
   OutputDebugStringA("CLocalOffMsgStore::GetOffMsgByID Get in\n");
   if (!IsFileExist(channel.index)) return S_OK;
-  struct Match {
-    LONG create_time, addr, len;
-    std::u16string sender, receivers, type;
-  };
-  std::vector<Match> matches;
-  auto record = [&](const vk::OffMsgAttributes& a) {
-    if (!vk::EqualsIgnoringCase(a.Text("MsgID"), id)) return;
-    matches.push_back({a.Int("CreateTime"), a.Int("Addr"), a.Int("Len"), a.Text("Sender"),
-                       a.Text("Recievers"), a.Text("Type")});
-  };
-  if (!vk::OffMsgIndexScan::Scan(channel.index, kSkip, record)) return E_FAIL;
+  std::shared_ptr<const vk::OffMsgIndexView> view = indexes_.View(channel.index);
+  if (!view->Readable()) return E_FAIL;
   const char16_t* data = channel.data.c_str();
   try {
     // The first match whose body reads and decompresses is the message.
-    for (const Match& match : matches) {
+    for (const vk::OffMsgBody& match : view->BodiesOf(id)) {
       std::string body;
       if (GetOneOffMsg(channel.data, match.addr, match.len, body) != 0) {
         Trace(vk::FormatWide(
@@ -295,9 +282,11 @@ HRESULT CLocalOffMsgStore::GetOffMsgFromChannel(const Channel& channel, std::u16
       std::u16string id_text(id);
       HRESULT hr = item->SetTextAttr(u"Xml", xml.c_str());
       if (SUCCEEDED(hr)) hr = item->SetTextAttr(u"Identifier", id_text.c_str());
-      if (SUCCEEDED(hr)) hr = item->SetTextAttr(u"Type", match.type.c_str());
-      if (SUCCEEDED(hr)) hr = item->SetTextAttr(u"Sender", match.sender.c_str());
-      if (SUCCEEDED(hr)) hr = item->SetTextAttr(u"Recievers", match.receivers.c_str());
+      if (SUCCEEDED(hr)) hr = item->SetTextAttr(u"Type", vk::FromUtf8(match.type).c_str());
+      if (SUCCEEDED(hr)) hr = item->SetTextAttr(u"Sender", vk::FromUtf8(match.sender).c_str());
+      if (SUCCEEDED(hr)) {
+        hr = item->SetTextAttr(u"Recievers", vk::FromUtf8(match.receivers).c_str());
+      }
       if (SUCCEEDED(hr)) hr = item->SetIntAttr(u"CreateTime", match.create_time);
       if (SUCCEEDED(hr)) hr = list->Append(item);
       item->Release();
@@ -425,18 +414,11 @@ void CLocalOffMsgStore::ClearIfEmpty(const Channel& channel, LONG number) {
 }
 
 void CLocalOffMsgStore::LatestOf(const std::u16string& index, LONG* time, LONG* addr) const {
-  LONG latest = *time, at = *addr;
-  auto record = [&](const vk::OffMsgAttributes& a) {
-    LONG created = a.Int("CreateTime");
-    if (created >= latest) {  // ties go to the later record
-      latest = created;
-      at = a.Int("Addr");
-    }
-  };
+  std::shared_ptr<const vk::OffMsgIndexView> view = indexes_.View(index);
   // An index that does not read to its end leaves the outputs as they were.
-  if (!vk::OffMsgIndexScan::Scan(index, kSkip, record)) return;
-  *time = latest;
-  *addr = at;
+  if (!view->Readable()) return;
+  *time = view->LatestTime();
+  *addr = view->LatestAddr();
 }
 
 HRESULT CLocalOffMsgStore::GetLatest(LONG* im_time, LONG* im_addr, LONG* discussion_time,

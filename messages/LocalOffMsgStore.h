@@ -1,13 +1,15 @@
 // Read access to the offline messages saved for the current account: two channels (0 instant
 // messages, 2 discussion groups), each an index file and a data file of compressed bodies
 // under the account's "OffMsgFiles". The client opens it (Init, then OpenAccount after every
-// account change); every operation reads or rewrites the files anew. Trace lines go to the
-// debug output.
+// account change); every operation reads or rewrites the files anew, except that what was
+// read from an index is kept while the file stays the same. Trace lines go to the debug
+// output.
 #pragma once
 
 #include <optional>
 #include <string>
 
+#include "messages/OffMsgIndexCache.h"
 #include "runtime/ComObject.h"
 #include "runtime/ComPtr.h"
 #include "vaultkit/ILocalOffMsgStore.h"
@@ -64,4 +66,5 @@ class CLocalOffMsgStore : public vk::ComObject<ILocalOffMsgStore> {
   std::u16string data_root_;
   Channel im_;
   Channel discussion_;
+  mutable vk::OffMsgIndexCache indexes_;  // what the reading operations took from the indexes
 };

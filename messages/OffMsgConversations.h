@@ -1,6 +1,8 @@
 // Index records grouped by conversation (MsgID regardless of case), in the order the
 // client's list takes them: a new conversation goes to the end, and so does a conversation
-// that gets another record; its attributes stay those of its first record.
+// that gets another record; its attributes stay those of its first record. One channel's
+// conversations added to another's in their order give what adding the records one by one
+// gives.
 #pragma once
 
 #include <list>
@@ -13,7 +15,7 @@ namespace vk {
 
 struct OffMsgConversation {
   std::u16string msg_id;
-  LONG count = 0;
+  LONG count = 1;  // the records it stands for
   LONG create_time = 0;
   std::u16string session_desc, actor, title, type;
   bool discussion = false;  // first seen in the discussion channel's pass, not the IM one's

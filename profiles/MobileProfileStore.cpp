@@ -4,6 +4,7 @@
 #include "platform/ComError.h"
 #include "platform/Log.h"
 #include "platform/Text.h"
+#include "profiles/MobileProfileNames.h"
 #include "storage/DomNodeList.h"
 #include "storage/FixedField.h"
 #include "storage/LeadingDigits.h"
@@ -15,29 +16,6 @@ const vk::XmlStoreSettings kSettings{
         u"<?xml version=\"1.0\" encoding=\"GB2312\"?><?Mobile 用户详细资料 ?><Root></Root>",
 };
 const char16_t kEntry[] = u"ITEM";
-
-std::u16string NameOf(const vk::DomNode& entry) {
-  return entry.IsElement() ? entry.GetAttribute(u"Name").value_or(std::u16string())
-                           : std::u16string();
-}
-
-bool SameIgnoringCase(std::u16string_view a, std::u16string_view b) {
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i) {
-    if (a[i] != b[i] && vk::WideToLower(a[i]) != vk::WideToLower(b[i])) return false;
-  }
-  return true;
-}
-
-// Whether an entry has the name in any letter case. The walk covers every leading element
-// child, whatever its tag, and always runs to the end.
-bool NameTaken(const vk::DomNode& root, std::u16string_view name) {
-  bool taken = false;
-  for (vk::DomNode child = root.FirstChild(); child.IsElement(); child = child.NextSibling()) {
-    if (SameIgnoringCase(NameOf(child), name)) taken = true;
-  }
-  return taken;
-}
 
 void Fill(MobileProfileItem& record, const vk::DomNode& entry) {
   auto text = [&](const char16_t* name) {
@@ -76,6 +54,7 @@ HRESULT CMobileProfileStore::Initialize(LPCOLESTR path) {
   // Opening drops the previous document even when the new path is refused; the shared
   // opening has already reported its failures.
   HRESULT hr = InitializeStore(path, nullptr);
+  names_.Reset();
   if (path == nullptr) return HandOver(E_INVALIDARG, u"The mobile profile needs a file path.");
   if (FAILED(hr)) {
     return HandOver(hr, u"The mobile profile cannot be written to " + std::u16string(path));
@@ -93,7 +72,7 @@ HRESULT CMobileProfileStore::AddItem(MobileProfileItem* item) {
       vk::DomNode root = Root();
       const std::u16string name(vk::FieldText(item->Name));
       std::u16string candidate = name;
-      for (int i = 1; NameTaken(root, candidate); ++i) {
+      for (int i = 1; names_.Taken(root, candidate); ++i) {
         candidate = name + vk::FromUtf8(std::to_string(i));
       }
       vk::CopyToField(item->Name, candidate);
@@ -105,6 +84,7 @@ HRESULT CMobileProfileStore::AddItem(MobileProfileItem* item) {
       entry.SetAttribute(u"ZPNO", vk::FieldText(item->ZPNO));
       entry.SetAttribute(u"INFO", vk::FieldText(item->INFO));
       root.AppendChild(entry);
+      names_.Appended(entry);
       MarkDirty();
       return S_OK;
     } catch (const vk::ComError& error) {
@@ -120,16 +100,19 @@ HRESULT CMobileProfileStore::DeleteItem(LPCOLESTR name) {
   return VK_REPORTING_GUARD({
     try {
       vk::DomNode root = Root();
-      if (!NameTaken(root, wanted)) {
+      if (!names_.Taken(root, wanted)) {
         return Raise(E_INVALIDARG, u"No mobile profile entry is named " + std::u16string(wanted));
       }
       // Only an exact match goes. A removed node has no siblings left, so the walk ends at
       // the first one; a name that differs only in case passed the test above and stays.
+      bool leading = true;
       for (vk::DomNode child = root.FirstChild(); child; child = child.NextSibling()) {
-        if (child.IsElement() && NameOf(child) == wanted) {
+        if (child.IsElement() && vk::EntryName(child) == wanted) {
+          names_.Removing(child, leading);
           root.RemoveChild(child);
           break;
         }
+        leading = leading && child.IsElement();
       }
       MarkDirty();
       return S_OK;

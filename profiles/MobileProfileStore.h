@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "profiles/MobileProfileNames.h"
 #include "runtime/ComObject.h"
 #include "storage/XmlStoreBase.h"
 #include "vaultkit/IMobileProfileStore.h"
@@ -29,4 +30,6 @@ class CMobileProfileStore : public vk::ComObject<IMobileProfileStore>, private v
   HRESULT Raise(HRESULT status, const std::u16string& description);
   // The same without the report, for an error that has been reported already.
   HRESULT HandOver(HRESULT status, const std::u16string& description);
+
+  vk::MobileProfileNames names_;  // the names AddItem must not give
 };

@@ -14,6 +14,8 @@
 namespace vk {
 
 LONG ParseLeadingDigits(std::u16string_view text);
+// The same on UTF-8 text.
+LONG ParseLeadingDigits(std::string_view utf8);
 // A missing value (absent attribute) reads as 0.
 LONG ParseLeadingDigits(const std::optional<std::u16string>& text);
 

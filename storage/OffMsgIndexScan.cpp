@@ -49,30 +49,43 @@ void EndElement(void* context, const xmlChar*, const xmlChar*, const xmlChar*) {
 
 }  // namespace
 
-std::optional<std::u16string> OffMsgAttributes::Get(std::string_view name) const {
+std::optional<std::string_view> OffMsgAttributes::Raw(std::string_view name) const {
   // Five entries per attribute: local name, prefix, namespace, value start, value end.
   for (int i = 0; i < count_; ++i) {
     const unsigned char** entry = attributes_ + 5 * i;
     if (name == reinterpret_cast<const char*>(entry[0]) && entry[1] == nullptr) {
-      std::string_view raw(reinterpret_cast<const char*>(entry[3]),
-                           static_cast<size_t>(entry[4] - entry[3]));
-      // The parser hands an escaped ampersand on as "&#38;" (every other reference comes
-      // decoded), so that one is left to undo.
-      std::string value;
-      value.reserve(raw.size());
-      for (size_t at = 0; at < raw.size();) {
-        bool ampersand = raw.substr(at).starts_with("&#38;");
-        value += ampersand ? '&' : raw[at];
-        at += ampersand ? 5 : 1;
-      }
-      return FromUtf8(value);
+      return std::string_view(reinterpret_cast<const char*>(entry[3]),
+                              static_cast<size_t>(entry[4] - entry[3]));
     }
   }
   return std::nullopt;
 }
 
+std::optional<std::string> OffMsgAttributes::Utf8(std::string_view name) const {
+  std::optional<std::string_view> raw = Raw(name);
+  if (!raw) return std::nullopt;
+  // The parser hands an escaped ampersand on as "&#38;" (every other reference comes
+  // decoded), so that one is left to undo.
+  if (raw->find('&') == std::string_view::npos) return std::string(*raw);
+  std::string value;
+  value.reserve(raw->size());
+  for (size_t at = 0; at < raw->size();) {
+    bool ampersand = raw->substr(at).starts_with("&#38;");
+    value += ampersand ? '&' : (*raw)[at];
+    at += ampersand ? 5 : 1;
+  }
+  return value;
+}
+
+std::optional<std::u16string> OffMsgAttributes::Get(std::string_view name) const {
+  std::optional<std::string> value = Utf8(name);
+  if (!value) return std::nullopt;
+  return FromUtf8(*value);
+}
+
 int32_t OffMsgAttributes::Int(std::string_view name) const {
-  return ParseLeadingDigits(Get(name));
+  // An escaped ampersand is not a digit, a sign or white space either way.
+  return ParseLeadingDigits(Raw(name).value_or(std::string_view()));
 }
 
 bool OffMsgIndexScan::Scan(std::u16string_view path, const Visit& on_root, const Visit& on_record) {

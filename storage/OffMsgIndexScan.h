@@ -20,12 +20,17 @@ class OffMsgAttributes {
       : attributes_(attributes), count_(count) {}
   // Absent: none.
   std::optional<std::u16string> Get(std::string_view name) const;
+  // The same as UTF-8 text, as the parser hands it on.
+  std::optional<std::string> Utf8(std::string_view name) const;
   // Absent reads as empty.
   std::u16string Text(std::string_view name) const { return Get(name).value_or(u""); }
   // The leading-digits integer; absent reads as 0.
   int32_t Int(std::string_view name) const;
 
  private:
+  // The value as it stands in the parser's buffer.
+  std::optional<std::string_view> Raw(std::string_view name) const;
+
   const unsigned char** attributes_;
   int count_;
 };

@@ -1,6 +1,9 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cstring>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -353,6 +356,23 @@ TEST_F(LocalOffMsgStoreTest, CountsLatestAndWriteTimes) {
   EXPECT_EQ(Total(), 5);
   Write(kIm, {}, 3);
   EXPECT_EQ(Total(), 8);
+  // What was read from an index serves only the same file: rewritten in place with the same
+  // size and another time, or with another size and the same time, it is read again.
+  const std::string im_file = data_.NativeFile(Rel(kIm, "xml"));
+  auto rewrite = [&](const char* from, const char* to, time_t seconds) {
+    std::string bytes = Index(kIm);
+    bytes.replace(bytes.find(from), std::strlen(from), to);
+    std::ofstream(im_file, std::ios::binary | std::ios::trunc) << bytes;
+    const timespec times[2] = {{seconds, 0}, {seconds, 0}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, im_file.c_str(), times, 0), 0);
+  };
+  rewrite("DataSum=\"3\"", "DataSum=\"3\"", 1600000000);
+  EXPECT_EQ(Total(), 8);
+  rewrite("DataSum=\"3\"", "DataSum=\"4\"", 1600000001);
+  EXPECT_EQ(Total(), 9);
+  rewrite("DataSum=\"4\"", "DataSum=\"40\"", 1600000001);
+  EXPECT_EQ(Total(), 45);
+  Write(kIm, {}, 3);
 
   LONG t[4] = {9, 9, 9, 9};
   EXPECT_EQ(store_->GetLatest(&t[0], &t[1], &t[2], &t[3]), S_OK);

@@ -103,6 +103,10 @@ TEST_F(MobileProfileStoreTest, DeleteTestsWithoutCaseButRemovesOnlyTheFirstExact
   EXPECT_EQ(store_->DeleteItem(nullptr), E_INVALIDARG);
   EXPECT_EQ(store_->Close(), S_OK);
   EXPECT_EQ(File(), kDecl + "<Root><ITEM Name=\"Mum1\"/><ITEM Name=\"a\"/></Root>\n");
+  // A removed entry's name is free again; the names left stay taken.
+  EXPECT_EQ(store_->DeleteItem(u"a"), S_OK);
+  EXPECT_EQ(Add(u"A"), u"A");
+  EXPECT_EQ(Add(u"mum1"), u"mum11");
 }
 
 TEST_F(MobileProfileStoreTest, FieldsAreWrittenInOrderAndReadBackCut) {
@@ -136,6 +140,7 @@ TEST_F(MobileProfileStoreTest, ForeignElementsShareTheWalkButNotTheCount) {
   EXPECT_EQ(Names(), u"a n b ");  // three ITEMs counted; the walk stops at the comment
   EXPECT_EQ(Add(u"N"), u"N1");    // any leading element's name is taken
   EXPECT_EQ(Add(u"c"), u"c");     // an entry after the comment is not seen
+  EXPECT_EQ(Add(u"C"), u"C");     // nor one appended after it
   Reopen(kDecl + "<Root><ITEM Name=\"a\"/><!--c--><ITEM Name=\"b\"/></Root>");
   EXPECT_EQ(Names(), u"a sentinel ");  // two counted, one filled: the second is left alone
 }
