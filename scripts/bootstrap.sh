@@ -5,7 +5,7 @@ set -euo pipefail
 packages=(build-essential cmake pkg-config git python3 clang clang-format
   libsqlite3-dev libxml2-dev zlib1g-dev libicu-dev unicode-data
   libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev
-  libclang-rt-14-dev help2man)
+  libclang-rt-14-dev help2man python3-jsonschema)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -2,6 +2,7 @@
 # Commands that delete or replace data ask first, show what would go with --dry-run, refuse a
 # script that did not say --yes, and keep a copy of what they remove.
 vaultkit=$(realpath "$1")
+samples=$2
 source "$(dirname "$0")/harness.sh"
 d="$work/d"
 a=(--data-root "$d" --account alice)
@@ -40,5 +41,14 @@ check "dialogs reset --yes exits 0" test "$(run "${a[@]}" --yes dialogs reset)" 
 check "... keeping the dialogs' file" grep -q s1 "$acct"/RevertDialog.xml.removed-*
 (cd "$work" && "$vaultkit" "${a[@]}" --yes items export notes.txt >/dev/null)
 check "export --yes keeps the replaced file" grep -q "my notes" "$work"/notes.txt.removed-*
+# An import over a company tree that has groups replaces them all.
+check "the first import asks nothing" test "$(run "${a[@]}" groups import "$samples/CompanyGroups.xml")" = 0
+tree=$("$vaultkit" "${a[@]}" groups tree 1)
+check "an import over it without --yes exits 2" \
+  test "$(run "${a[@]}" groups import "$samples/CompanyGroups.xml")" = 2
+check "... and says what it would replace" grep -q "groups of the company tree" "$work/err"
+check "--yes imports" test "$(run "${a[@]}" --yes groups import "$samples/CompanyGroups.xml")" = 0
+check "... keeping the old tree's database" test -n "$(ls "$acct" | grep '^Group.dat.removed-')"
+check "... and the tree is the file's" test "$("$vaultkit" "${a[@]}" groups tree 1)" = "$tree"
 echo "consent_test: $passed passed, $failed failed"
 test "$failed" = 0

@@ -34,5 +34,10 @@ LINES
 rm -f "$acct/RevertDialog.xml" && mkdir "$acct/RevertDialog.xml"
 "$vaultkit" "${a[@]}" users add 1 zhangsan 5 >/dev/null 2>"$work/err"
 check "users add does not report the dialog store's failure" test "$(grep -c RevertDialog "$work/err")" = 0
+# An import that cannot write its rebuild file says why, not that the document is damaged.
+mkdir "$acct/userList5.dat.bak"
+"$vaultkit" "${a[@]}" users import "$(dirname "$0")/../../samples/org.xml" >/dev/null 2>"$work/err"
+check "an import that cannot write exits 3" test $? = 3
+check "... with the reason" grep -q "userList5.dat.bak: Is a directory" "$work/err"
 echo "write_test: $passed passed, $failed failed"
 test "$failed" = 0

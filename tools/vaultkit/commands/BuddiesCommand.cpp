@@ -79,7 +79,7 @@ int GetAll(IWEZProfileProStore* store, const std::string& account, bool names_on
                          : std::vector<std::string>{"name", "value"});
   for (const BuddyField& f : fields) {
     std::string name = ToUtf8(FieldText(f.name)), value = ToUtf8(FieldText(f.value));
-    list.push_back(names_only ? Json(name) : Json{{"name", name}, {"value", value}});
+    list.push_back(names_only ? Json{{"name", name}} : Json{{"name", name}, {"value", value}});
     table.Add(names_only ? std::vector<std::string>{name} : std::vector<std::string>{name, value});
   }
   if (json) {

@@ -84,11 +84,11 @@ int Switches(IRevertDialogStore* store, bool json) {
   int stored_need = need == S_OK && need_flag == 1 ? 0 : 1;
   int stored_already = done == S_OK && already == 1 ? 1 : 0;
   if (json) {
-    PrintJson({{"RevertOpenConfig", config},
-               {"IsNeedtoRevert", stored_need},
-               {"Revertalready", stored_already},
-               {"RCARight", rca},
-               {"OfflineToOnline", offline}});
+    PrintJson({{"revert_open_config", config},
+               {"is_need_to_revert", stored_need},
+               {"revert_already", stored_already},
+               {"rca_right", rca},
+               {"offline_to_online", offline}});
     return kExitOk;
   }
   Table table({"switch", "value"});

@@ -33,7 +33,7 @@ int List(Host& host, bool json) {
   for (const XmlEntry& user : Users(host)) {
     std::string nick = user.Attribute("Nick").value_or(""),
                 grid = user.Attribute("Grid").value_or("");
-    all.push_back({{"nick", nick}, {"grid", grid}});
+    all.push_back({{"nick", nick}, {"grid", NumberJson(user.Attribute("Grid"))}});
     table.Add({nick, grid});
   }
   if (json) {

@@ -5,6 +5,7 @@
 #include "platform/Text.h"
 #include "tools/vaultkit/cli/Host.h"
 #include "tools/vaultkit/cli/Json.h"
+#include "tools/vaultkit/cli/SetAside.h"
 #include "tools/vaultkit/cli/StoreAccess.h"
 #include "tools/vaultkit/cli/Table.h"
 #include "tools/vaultkit/cli/XmlEntries.h"
@@ -209,7 +210,22 @@ int GroupsCommand::Run(Host& host, const Args& all) {
   const std::string action = args[0];
   if (action == "import") {
     if (args.size() != 2) throw UsageError{"import takes FILE"};
-    return Import(OpenGroupStore(host, VK_GROUP_COMPANY).get(), args[1], json);
+    ComPtr<IWEZGroupStore> store = OpenGroupStore(host, VK_GROUP_COMPANY);
+    // An import replaces the whole company tree: over one that has groups besides the root the
+    // store makes for an empty tree, it is asked for, and the database is copied aside first.
+    LONG groups = 0;
+    if (SUCCEEDED(store->GetGroupCount(&groups)) && groups > 1) {
+      const StoreRow& row = Row(StoreId::kCompanyGroups);
+      const std::string folder = host.DataRoot() + "Accounts/" +
+                                 (host.HasAccount() ? host.Account() : ToUtf8(kDefaultAccount));
+      if (!host.Confirm("replace the " + std::to_string(groups) +
+                        " groups of the company tree by " + args[1] + " (a copy is kept as " +
+                        row.file + ".removed-TIME)")) {
+        return kExitOk;
+      }
+      SetAside(folder + "/" + row.file, folder, row.file);
+    }
+    return Import(store.get(), args[1], json);
   }
   if (args.size() < 2) throw UsageError{action + " needs KIND (see vaultkit groups --help)"};
   const LONG kind = ParseInt32(args[1], "KIND");

@@ -34,10 +34,13 @@ int List(Host& host, bool json) {
   for (const XmlEntry& user :
        ReadXmlEntries(host.AccountFile(StoreId::kKeyDepts), u"/KeyDepts//User")) {
     std::vector<std::string> ids;
-    for (const XmlEntry& dept : user.children)
+    Json numbers = Json::array();
+    for (const XmlEntry& dept : user.children) {
       ids.push_back(dept.Attribute("DeptID").value_or("0"));
+      numbers.push_back(static_cast<uint32_t>(std::strtoul(ids.back().c_str(), nullptr, 10)));
+    }
     std::string nick = user.Attribute("Nick").value_or("");
-    all.push_back({{"nick", nick}, {"ids", ids}});
+    all.push_back({{"nick", nick}, {"ids", numbers}});
     table.Add({nick, Joined(ids)});
   }
   if (json) {

@@ -28,7 +28,9 @@ int List(Host& host, bool json) {
     std::string id = dept.Attribute("id").value_or(""),
                 leader = dept.Attribute("Leader").value_or(""),
                 version = dept.Attribute("Version").value_or("");
-    all.push_back({{"department", id}, {"leader", leader}, {"version", version}});
+    all.push_back({{"department", NumberJson(dept.Attribute("id"))},
+                   {"leader", NumberJson(dept.Attribute("Leader"))},
+                   {"version", NumberJson(dept.Attribute("Version"))}});
     table.Add({id, leader, version});
   }
   if (json) {
@@ -79,7 +81,16 @@ int LeaderCommand::Run(Host& host, const Args& all) {
     if (hr == E_FAIL) throw NotFound{"department " + rest[0] + " has no leader kept"};
     if (hr != S_OK) return Report("GetLeader", hr);
     if (json) {
-      PrintJson({{"department", ParseInt32(rest[0], "DEPT")}, {"leader", leader}});
+      // The same object as a row of list: the version is the file's, as the store keeps it.
+      Json version = nullptr;
+      for (const XmlEntry& dept :
+           ReadXmlEntries(host.AccountFile(StoreId::kDeptLeader), u"/Leader//Dept")) {
+        if (version.is_null() && NumberJson(dept.Attribute("id")) == ParseInt32(rest[0], "DEPT")) {
+          version = NumberJson(dept.Attribute("Version"));
+        }
+      }
+      PrintJson(
+          {{"department", ParseInt32(rest[0], "DEPT")}, {"leader", leader}, {"version", version}});
     } else {
       std::printf("%d\n", leader);
     }

@@ -62,13 +62,13 @@ int List(ILocalOffMsgStore* store, bool json) {
   Table table({"conversation", "count", "created", "actor", "type", "title", "session"});
   for (const auto& item : items) {
     IDataItem* i = item.get();
-    all.push_back({{"MsgID", Text(i, u"MsgID")},
-                   {"Count", Int(i, u"Count")},
-                   {"CreateTime", Int(i, u"CreateTime")},
-                   {"Actor", Text(i, u"Actor")},
-                   {"Type", Text(i, u"Type")},
-                   {"Title", Text(i, u"Title")},
-                   {"SessionDesc", Text(i, u"SessionDesc")}});
+    all.push_back({{"msg_id", Text(i, u"MsgID")},
+                   {"count", Int(i, u"Count")},
+                   {"create_time", Int(i, u"CreateTime")},
+                   {"actor", Text(i, u"Actor")},
+                   {"type", Text(i, u"Type")},
+                   {"title", Text(i, u"Title")},
+                   {"session_desc", Text(i, u"SessionDesc")}});
     table.Add({Text(i, u"MsgID"), std::to_string(Int(i, u"Count")),
                std::to_string(Int(i, u"CreateTime")), Text(i, u"Actor"), Text(i, u"Type"),
                Text(i, u"Title"), Text(i, u"SessionDesc")});
@@ -94,9 +94,10 @@ int Show(ILocalOffMsgStore* store, const std::string& id, bool json) {
   Json all = Json::array();
   for (const auto& item : items) {
     IDataItem* i = item.get();
-    Json one = {{"Identifier", Text(i, u"Identifier")}, {"Sender", Text(i, u"Sender")},
-                {"Recievers", Text(i, u"Recievers")},   {"Type", Text(i, u"Type")},
-                {"CreateTime", Int(i, u"CreateTime")},  {"Xml", Text(i, u"Xml")}};
+    // The store's attribute "Recievers" is spelled as the client reads it; the key is not.
+    Json one = {{"msg_id", Text(i, u"Identifier")},     {"sender", Text(i, u"Sender")},
+                {"receivers", Text(i, u"Recievers")},   {"type", Text(i, u"Type")},
+                {"create_time", Int(i, u"CreateTime")}, {"xml", Text(i, u"Xml")}};
     if (!json) {
       std::printf("from %s to %s, type %s, created %d:\n%s\n", Text(i, u"Sender").c_str(),
                   Text(i, u"Recievers").c_str(), Text(i, u"Type").c_str(), Int(i, u"CreateTime"),
@@ -249,8 +250,8 @@ int OffMsgCommand::Run(Host& host, const Args& all) {
       return status;
     }
     if (json) {
-      PrintJson({{"im", {{"CreateTime", t[0]}, {"Addr", t[1]}}},
-                 {"discussion", {{"CreateTime", t[2]}, {"Addr", t[3]}}}});
+      PrintJson({{"im", {{"create_time", t[0]}, {"addr", t[1]}}},
+                 {"discussion", {{"create_time", t[2]}, {"addr", t[3]}}}});
     } else {
       Table table({"channel", "latest", "addr"});
       table.Add({"0 IM", std::to_string(t[0]), std::to_string(t[1])});

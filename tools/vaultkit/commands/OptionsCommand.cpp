@@ -162,7 +162,7 @@ int OptionsCommand::List(const std::u16string& path, bool json) {
   if (bytes.size() < 2 || bytes[0] != '\xFF' || bytes[1] != '\xFE') {
     throw Failure{ToUtf8(path) + " is not a UTF-16 option file (it does not begin with FF FE)"};
   }
-  Json listing = Json::object();
+  Json listing = Json::array();
   std::u16string text;
   for (size_t i = 2; i + 1 < bytes.size(); i += 2) {
     text.push_back(static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) |
@@ -178,7 +178,8 @@ int OptionsCommand::List(const std::u16string& path, bool json) {
       in_default = WideToLower(line) == u"[default]";
     } else if (in_default && line.find(u'=') != std::u16string::npos) {
       size_t equals = line.find(u'=');
-      listing[ToUtf8(line.substr(0, equals))] = ToUtf8(line.substr(equals + 1));
+      listing.push_back(
+          {{"key", ToUtf8(line.substr(0, equals))}, {"value", ToUtf8(line.substr(equals + 1))}});
       if (!json) std::printf("%s\n", ToUtf8(line).c_str());
     }
     if (end == std::u16string::npos) break;

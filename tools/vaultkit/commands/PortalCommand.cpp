@@ -32,9 +32,15 @@ std::string Text(IPortalStore* store, HRESULT (IPortalStore::*get)(BSTR*)) {
   return SUCCEEDED(hr) ? Utf8(text) : "(not found)";
 }
 
-std::string Flag(IPortalStore* store, HRESULT (IPortalStore::*get)(BOOL*)) {
+// True or false; null when the document does not say.
+Json FlagJson(IPortalStore* store, HRESULT (IPortalStore::*get)(BOOL*)) {
   BOOL flag = 0;
-  return SUCCEEDED((store->*get)(&flag)) ? (flag ? "on" : "off") : "(not found)";
+  return SUCCEEDED((store->*get)(&flag)) ? Json(flag != 0) : Json(nullptr);
+}
+
+std::string Flag(IPortalStore* store, HRESULT (IPortalStore::*get)(BOOL*)) {
+  const Json flag = FlagJson(store, get);
+  return flag.is_null() ? "(not found)" : flag.get<bool>() ? "on" : "off";
 }
 
 std::vector<LONG> Departments(IPortalStore* portal) {
@@ -67,13 +73,13 @@ Json ShowJson(IPortalStore* portal, LONG language) {
   LONG version = 0;
   Json doc = {{"language", language}};
   doc["version"] = portal->GetVersion(&version) == S_OK ? Json(version) : Json();
-  doc["dept_portal"] = {{"enabled", Flag(portal, &IPortalStore::GetDeptPortalEnable)},
+  doc["dept_portal"] = {{"enabled", FlagJson(portal, &IPortalStore::GetDeptPortalEnable)},
                         {"note", Text(portal, &IPortalStore::GetDeptPortalNote)},
                         {"url", Text(portal, &IPortalStore::GetDeptPortalUrl)}};
-  doc["user_portal"] = {{"enabled", Flag(portal, &IPortalStore::GetUserPortalEnable)},
+  doc["user_portal"] = {{"enabled", FlagJson(portal, &IPortalStore::GetUserPortalEnable)},
                         {"link_text", Text(portal, &IPortalStore::GetUserPortalLinkText)},
                         {"url", Text(portal, &IPortalStore::GetUserPortalUrl)}};
-  doc["tips"] = {{"enabled", Flag(portal, &IPortalStore::GetUserTipsEnable)},
+  doc["tips"] = {{"enabled", FlagJson(portal, &IPortalStore::GetUserTipsEnable)},
                  {"state", Text(portal, &IPortalStore::GetUserTipsState)}};
   doc["departments"] = Departments(portal);
   Json tips = Json::array();

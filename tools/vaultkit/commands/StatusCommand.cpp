@@ -143,7 +143,7 @@ int StatusCommand::Run(Host& host, const Args& all) {
       doc["account"] = host.Account();
       doc["account_change"] = StatusName(host.AccountStatus());
     }
-    doc["readiness"] = {{"organisation_structure", org}, {"user_list", users}};
+    doc["readiness"] = {{"organisation_structure", org != 0}, {"user_list", users != 0}};
     Json rows = Json::array();
     for (const StoreRow& row : stores) {
       rows.push_back({{"store", row.name}, {"exists", row.present}, {"file", row.file}});

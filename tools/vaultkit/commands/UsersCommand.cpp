@@ -5,6 +5,7 @@
 #include <cctype>
 #include <chrono>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <optional>
 
@@ -101,6 +102,10 @@ std::string Nick(const UserListEntry& entry) {
 
 int Import(Host& host, IUserList* users, const std::string& file, bool json) {
   if (!std::filesystem::exists(file)) throw UsageError{"no such file: " + file};
+  if (!ReadableFile(FromUtf8(file)).IsOpen()) {
+    throw Failure{"cannot read " + file + ": " + std::strerror(errno) +
+                  ": the directory is unchanged"};
+  }
   std::optional<std::string> root = FirstElement(file);
   if (root != "UserList") {
     throw Failure{file +
@@ -112,11 +117,16 @@ int Import(Host& host, IUserList* users, const std::string& file, bool json) {
   auto before = RebuildStamp(rebuild);
   auto start = std::chrono::steady_clock::now();
   std::u16string path = FromUtf8(std::filesystem::absolute(file).string());
+  SetErrorInfo(0, nullptr);
   HRESULT hr = users->LoadDataFromXml(path.c_str());
-  // An import that did not complete writes no rebuild file, whatever it answered.
+  // An import that did not complete writes no rebuild file, whatever it answered. A file it
+  // could not write (no space, no permission) left its reason behind; a document it could not
+  // read as a whole did not.
   if (hr == S_OK && RebuildStamp(rebuild) == before) {
-    throw Failure{"the import of " + file + " did not complete (the file is damaged or " +
-                  "incomplete): the directory is unchanged"};
+    const std::string reason = DescribedError();
+    throw Failure{"the import of " + file + " did not complete (" +
+                  (reason.empty() ? "the file is damaged or incomplete" : reason) +
+                  "): the directory is unchanged"};
   }
   // The first operation with the swap step brings the new database online.
   std::vector<ULONG> depts = DeptIds(users);
@@ -139,6 +149,27 @@ int Import(Host& host, IUserList* users, const std::string& file, bool json) {
   return kExitOk;
 }
 
+// The member of `nick` (lower case) as find prints it; null when there is none.
+Json MemberJson(IUserList* users, const std::u16string& nick) {
+  BOOL exists = FALSE;
+  users->IsNickExist(nick.c_str(), &exists);
+  if (!exists) return nullptr;
+  ULONG uin = 0;
+  users->GetUinByNick(nick.c_str(), &uin);
+  BSTR name = nullptr;
+  users->GetNameByNick(nick.c_str(), &name);
+  LONG gender = 0;
+  users->GetGenderByNick(nick.c_str(), &gender);
+  ULONG ids[32] = {};
+  LONG count = 32;
+  users->GetDeptIdsByNick(nick.c_str(), ids, &count);
+  return {{"nick", ToUtf8(nick)},
+          {"uin", uin},
+          {"name", Utf8(name)},
+          {"gender", gender},
+          {"departments", std::vector<ULONG>(ids, ids + std::clamp<LONG>(count, 0, 32))}};
+}
+
 int Search(IUserList* users, const std::string& prefix, size_t limit, bool json) {
   WaitForSearchLists(users);
   BSTR matches = nullptr, reserved = nullptr;
@@ -156,7 +187,15 @@ int Search(IUserList* users, const std::string& prefix, size_t limit, bool json)
   const size_t matched = found.size();
   if (found.size() > limit) found.erase(found.begin() + static_cast<ptrdiff_t>(limit), found.end());
   if (json) {
-    PrintJson(found);
+    // Each match as find prints it: the display text is the nickname, then the name in
+    // parentheses when there is one.
+    Json members = Json::array();
+    for (const auto& match : found) {
+      const std::string display = match.get<std::string>();
+      Json member = MemberJson(users, FromUtf8(display.substr(0, display.find('('))));
+      if (!member.is_null()) members.push_back(member);
+    }
+    PrintJson(members);
   } else {
     for (const auto& match : found) std::printf("%s\n", match.get<std::string>().c_str());
   }
@@ -235,32 +274,16 @@ int Depts(IUserList* users, bool json) {
 // Nicknames are kept in lower case; the name and gender lookups compare exactly, so the
 // nickname is lower-cased first, as the client does.
 int Find(IUserList* users, const std::string& nick_text, bool json) {
-  std::u16string nick = WideToLower(FromUtf8(nick_text));
-  BOOL exists = FALSE;
-  users->IsNickExist(nick.c_str(), &exists);
-  if (!exists) throw NotFound{"no member '" + nick_text + "'"};
-  ULONG uin = 0;
-  users->GetUinByNick(nick.c_str(), &uin);
-  BSTR name = nullptr;
-  users->GetNameByNick(nick.c_str(), &name);
-  std::string display = Utf8(name);
-  LONG gender = 0;
-  users->GetGenderByNick(nick.c_str(), &gender);
-  ULONG ids[32] = {};
-  LONG count = 32;
-  users->GetDeptIdsByNick(nick.c_str(), ids, &count);
-  std::vector<ULONG> depts(ids, ids + std::clamp<LONG>(count, 0, 32));
+  const Json member = MemberJson(users, WideToLower(FromUtf8(nick_text)));
+  if (member.is_null()) throw NotFound{"no member '" + nick_text + "'"};
   if (json) {
-    PrintJson({{"nick", ToUtf8(nick)},
-               {"uin", uin},
-               {"name", display},
-               {"gender", gender},
-               {"departments", depts}});
+    PrintJson(member);
     return kExitOk;
   }
   std::printf("nick:        %s\nuin:         %u\nname:        %s\ngender:      %d\ndepartments:",
-              ToUtf8(nick).c_str(), uin, display.c_str(), gender);
-  for (ULONG id : depts) std::printf(" %u", id);
+              member["nick"].get<std::string>().c_str(), member["uin"].get<ULONG>(),
+              member["name"].get<std::string>().c_str(), member["gender"].get<LONG>());
+  for (ULONG id : member["departments"]) std::printf(" %u", id);
   std::printf("\n");
   return kExitOk;
 }
