@@ -131,7 +131,7 @@ int Add(IWEZGroupStore* store, LONG kind, LONG parent, const std::string& name, 
   return kExitOk;
 }
 
-int Import(IWEZGroupStore* store, const std::string& file, bool json) {
+int Import(Host& host, IWEZGroupStore* store, const std::string& file, bool json) {
   if (!std::filesystem::is_regular_file(file)) throw UsageError{"no such file: " + file};
   // The store empties the tree for any document without a Groups root; refuse those here.
   std::optional<std::string> root = XmlRootName(FromUtf8(file));
@@ -140,6 +140,19 @@ int Import(IWEZGroupStore* store, const std::string& file, bool json) {
                   (root ? " is not a group file (its root is " + *root + ", not Groups)"
                         : " is not an XML file") +
                   ": the company tree is unchanged"};
+  }
+  // An import replaces the whole company tree: over one that has groups besides the root the
+  // store makes for an empty tree, it is asked for, and the database is copied aside first.
+  LONG present = 0;
+  if (SUCCEEDED(store->GetGroupCount(&present)) && present > 1) {
+    const StoreRow& row = Row(StoreId::kCompanyGroups);
+    const std::string folder = host.DataRoot() + "Accounts/" +
+                               (host.HasAccount() ? host.Account() : ToUtf8(kDefaultAccount));
+    if (!host.Confirm("replace the " + std::to_string(present) + " groups of the company tree by " +
+                      file + " (a copy is kept as " + row.file + ".removed-TIME)")) {
+      return kExitOk;
+    }
+    SetAside(folder + "/" + row.file, folder, row.file);
   }
   std::u16string path = FromUtf8(std::filesystem::absolute(file).string());
   HRESULT hr = store->LoadDataFromXml(path.c_str());
@@ -211,21 +224,7 @@ int GroupsCommand::Run(Host& host, const Args& all) {
   if (action == "import") {
     if (args.size() != 2) throw UsageError{"import takes FILE"};
     ComPtr<IWEZGroupStore> store = OpenGroupStore(host, VK_GROUP_COMPANY);
-    // An import replaces the whole company tree: over one that has groups besides the root the
-    // store makes for an empty tree, it is asked for, and the database is copied aside first.
-    LONG groups = 0;
-    if (SUCCEEDED(store->GetGroupCount(&groups)) && groups > 1) {
-      const StoreRow& row = Row(StoreId::kCompanyGroups);
-      const std::string folder = host.DataRoot() + "Accounts/" +
-                                 (host.HasAccount() ? host.Account() : ToUtf8(kDefaultAccount));
-      if (!host.Confirm("replace the " + std::to_string(groups) +
-                        " groups of the company tree by " + args[1] + " (a copy is kept as " +
-                        row.file + ".removed-TIME)")) {
-        return kExitOk;
-      }
-      SetAside(folder + "/" + row.file, folder, row.file);
-    }
-    return Import(store.get(), args[1], json);
+    return Import(host, store.get(), args[1], json);
   }
   if (args.size() < 2) throw UsageError{action + " needs KIND (see vaultkit groups --help)"};
   const LONG kind = ParseInt32(args[1], "KIND");
