@@ -53,10 +53,13 @@ bool StoresNativeUtf16(sqlite3* db) {
 // as they are, without the engine's own terminated copy of every value.
 std::u16string_view Text(sqlite3_stmt* statement, int column, bool native_utf16,
                          std::u16string& buffer) {
-  const int type = sqlite3_column_type(statement, column);
+  // The column's value as it stands, read without the per-call checks of the column
+  // functions; the connection is this thread's alone.
+  sqlite3_value* value = sqlite3_column_value(statement, column);
+  const int type = sqlite3_value_type(value);
   if (native_utf16 && (type == SQLITE_TEXT || type == SQLITE_BLOB)) {
-    const void* bytes = sqlite3_column_blob(statement, column);
-    const auto size = static_cast<size_t>(sqlite3_column_bytes(statement, column));
+    const void* bytes = sqlite3_value_blob(value);
+    const auto size = static_cast<size_t>(sqlite3_value_bytes(value));
     if (bytes == nullptr || size == 0) return {};
     // An odd last byte reads as the low half of a unit, as behind the engine's terminator.
     buffer.resize((size + 1) / 2);
@@ -65,9 +68,9 @@ std::u16string_view Text(sqlite3_stmt* statement, int column, bool native_utf16,
     std::u16string_view text(buffer);
     return text.substr(0, text.find(u'\0'));
   }
-  const void* value = sqlite3_column_text16(statement, column);
-  return value != nullptr ? std::u16string_view(static_cast<const char16_t*>(value))
-                          : std::u16string_view();
+  const void* text = sqlite3_column_text16(statement, column);
+  return text != nullptr ? std::u16string_view(static_cast<const char16_t*>(text))
+                         : std::u16string_view();
 }
 
 }  // namespace
