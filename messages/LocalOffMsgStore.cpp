@@ -13,6 +13,7 @@
 #include "platform/Text.h"
 #include "storage/LeadingDigits.h"
 #include "storage/OffMsgIndexScan.h"
+#include "storage/XmlRecordFilter.h"
 
 namespace {
 
@@ -135,13 +136,12 @@ LONG CLocalOffMsgStore::GetSumFromXML(const std::u16string& index) const {
   return ReadSum(index).value_or(-1);
 }
 
-LONG CLocalOffMsgStore::SetSumToXML(vk::OffMsgIndex& file, const std::u16string& index,
-                                    LONG sum) const {
+LONG CLocalOffMsgStore::SetSumToXML(
+    const std::u16string& index, LONG sum,
+    const std::function<std::optional<std::string>(LONG)>& save) const {
   OutputDebugStringA("CLocalOffMsgStore::SetSumToXML Get in\n");
-  vk::DomNode root = file.Root();
-  if (!root) return -1;
-  root.SetAttribute(u"DataSum", int64_t{sum});
-  return file.Save(index) ? 0 : -1;
+  std::optional<std::string> bytes = save(sum);
+  return bytes && vk::WriteFileAtomically(index, *bytes) ? 0 : -1;
 }
 
 HRESULT CLocalOffMsgStore::GetTotalCount(LONG* count) {
@@ -359,21 +359,35 @@ HRESULT CLocalOffMsgStore::DeleteFromIndex(const std::u16string& index,
   OutputDebugStringA("CLocalOffMsgStore::DeleteOffMsgIndexByID Get in\n");
   LONG sum = GetSumFromXML(index);
   if (sum < 0) return S_OK;  // no index: nothing to delete
+  // Every record whose MsgID is the id goes, not only the first.
+  const auto goes = [id](std::u16string_view msg_id) {
+    return !msg_id.empty() && vk::EqualsIgnoringCase(msg_id, id);
+  };
   try {
+    // The records go and the count changes in one save of the file: saved apart, a save
+    // that failed or was cut short by a crash between the two would leave a count that no
+    // longer matches the records, and a later deletion would then count wrong for good.
+    // Streamed, the rewrite holds about the size of the file; a file the stream does not
+    // rewrite exactly as the tree would (or cannot read) goes through the tree.
+    vk::XmlRecordFilter filter(vk::OffMsgIndex::kCodePage, "OffMsgIndexData", "OffMsgRec", "MsgID");
+    if (filter.Read(index, goes)) {
+      sum -= filter.Removed();
+      return SetSumToXML(index, sum < 0 ? 0 : sum,
+                         [&](LONG kept) { return filter.Save("DataSum", std::to_string(kept)); });
+    }
     vk::OffMsgIndex file;
     if (!file.Load(index) || !file.Root()) return E_FAIL;
     vk::DomNode root = file.Root();
     for (const vk::DomNode& record : file.Records()) {
-      std::u16string msg_id = vk::TextAttribute(record, u"MsgID");
-      if (!msg_id.empty() && vk::EqualsIgnoringCase(msg_id, id)) {
+      if (goes(vk::TextAttribute(record, u"MsgID"))) {
         root.RemoveChild(record);
         --sum;
       }
     }
-    // The records go and the count changes in one save of the file: saved apart, a save
-    // that failed or was cut short by a crash between the two would leave a count that no
-    // longer matches the records, and a later deletion would then count wrong for good.
-    return SetSumToXML(file, index, sum < 0 ? 0 : sum);
+    return SetSumToXML(index, sum < 0 ? 0 : sum, [&](LONG kept) {
+      root.SetAttribute(u"DataSum", int64_t{kept});
+      return file.Bytes();
+    });
   } catch (const vk::ComError&) {
     std::u16string id_text(id);
     Trace(

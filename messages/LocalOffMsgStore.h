@@ -6,6 +6,7 @@
 // output.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -49,7 +50,9 @@ class CLocalOffMsgStore : public vk::ComObject<ILocalOffMsgStore> {
   // ReadSum, or -1.
   LONG GetSumFromXML(const std::u16string& index) const;
   // Sets DataSum in the loaded index and saves it: 0 when saved, else -1.
-  LONG SetSumToXML(vk::OffMsgIndex& file, const std::u16string& index, LONG sum) const;
+  // Writes the index as `save` makes it with DataSum set to the sum: 0 when written, else -1.
+  LONG SetSumToXML(const std::u16string& index, LONG sum,
+                   const std::function<std::optional<std::string>(LONG)>& save) const;
   HRESULT GetIndexesFromXML(const std::u16string& index, vk::OffMsgConversations& into) const;
   HRESULT GetOffMsgFromChannel(const Channel& channel, std::u16string_view id,
                                IDataList* list) const;

@@ -5,15 +5,10 @@
 #include "platform/Text.h"
 
 namespace vk {
-namespace {
-
-constexpr char kAnsiCodePage[] = "GBK";
-
-}  // namespace
 
 bool OffMsgIndex::Load(std::u16string_view path) {
   std::optional<std::string> bytes = ReadWholeFile(path);
-  return bytes && doc_.LoadBytesIn(*bytes, kAnsiCodePage);
+  return bytes && doc_.LoadBytesIn(*bytes, kCodePage);
 }
 
 DomNode OffMsgIndex::Root() const {
@@ -31,12 +26,17 @@ std::vector<DomNode> OffMsgIndex::Records() const {
   return records;
 }
 
-bool OffMsgIndex::Save(std::u16string_view path) const {
+std::optional<std::string> OffMsgIndex::Bytes() const {
   try {
-    return WriteFileAtomically(path, doc_.SaveToBytesIn(kAnsiCodePage));
+    return doc_.SaveToBytesIn(kCodePage);
   } catch (const ComError&) {
-    return false;
+    return std::nullopt;
   }
+}
+
+bool OffMsgIndex::Save(std::u16string_view path) const {
+  std::optional<std::string> bytes = Bytes();
+  return bytes && WriteFileAtomically(path, *bytes);
 }
 
 std::u16string TextAttribute(const DomNode& element, std::u16string_view name) {

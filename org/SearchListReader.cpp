@@ -2,6 +2,9 @@
 
 #include <sqlite3.h>
 
+#include <bit>
+#include <cstring>
+#include <string_view>
 #include <system_error>
 #include <thread>
 
@@ -30,11 +33,44 @@ size_t MemberCount(sqlite3* db) {
   return count;
 }
 
-// A text column up to its first NUL, valid until the next step; empty for NULL.
-std::u16string_view Text(sqlite3_stmt* statement, int column) {
-  const void* value = sqlite3_column_text16(statement, column);
-  return value != nullptr ? std::u16string_view(static_cast<const char16_t*>(value))
-                          : std::u16string_view();
+// Whether the connection's text is UTF-16 in this machine's byte order, as the store creates
+// its databases: a text column's bytes are then its text as the engine would hand it over.
+bool StoresNativeUtf16(sqlite3* db) {
+  sqlite3_stmt* statement = nullptr;
+  bool native = false;
+  if (sqlite3_prepare_v2(db, "PRAGMA encoding", -1, &statement, nullptr) == SQLITE_OK &&
+      sqlite3_step(statement) == SQLITE_ROW) {
+    const auto* name = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
+    native = name != nullptr && std::endian::native == std::endian::little &&
+             std::string_view(name) == "UTF-16le";
+  }
+  sqlite3_finalize(statement);
+  return native;
+}
+
+// A text column up to its first NUL, valid until the next step or the next use of `buffer`;
+// empty for NULL. In a database of native UTF-16 the stored bytes are copied into `buffer`
+// as they are, without the engine's own terminated copy of every value.
+std::u16string_view Text(sqlite3_stmt* statement, int column, bool native_utf16,
+                         std::u16string& buffer) {
+  // The column's value as it stands, read without the per-call checks of the column
+  // functions; the connection is this thread's alone.
+  sqlite3_value* value = sqlite3_column_value(statement, column);
+  const int type = sqlite3_value_type(value);
+  if (native_utf16 && (type == SQLITE_TEXT || type == SQLITE_BLOB)) {
+    const void* bytes = sqlite3_value_blob(value);
+    const auto size = static_cast<size_t>(sqlite3_value_bytes(value));
+    if (bytes == nullptr || size == 0) return {};
+    // An odd last byte reads as the low half of a unit, as behind the engine's terminator.
+    buffer.resize((size + 1) / 2);
+    buffer.back() = u'\0';
+    std::memcpy(buffer.data(), bytes, size);
+    std::u16string_view text(buffer);
+    return text.substr(0, text.find(u'\0'));
+  }
+  const void* text = sqlite3_column_text16(statement, column);
+  return text != nullptr ? std::u16string_view(static_cast<const char16_t*>(text))
+                         : std::u16string_view();
 }
 
 }  // namespace
@@ -63,7 +99,7 @@ void SearchListReader::Start(std::shared_ptr<UserListShared> shared, std::u16str
 void SearchListReader::Run(UserListShared& shared, const std::u16string& path) {
   RecursiveLock& db_lock = shared.DbLock();
   db_lock.Enter();
-  sqlite3* db = IsFileExist(path) ? SqlStore::Open(path) : nullptr;
+  sqlite3* db = IsFileExist(path) ? SqlStore::Open(path, nullptr, /*one_thread=*/true) : nullptr;
   if (db == nullptr) {
     // The DB lock is deliberately not left: every later database operation of the user list
     // then waits, as the directory defines for a database that vanished under it. The lock
@@ -77,6 +113,8 @@ void SearchListReader::Run(UserListShared& shared, const std::u16string& path) {
     lists->Reserve(rows, rows * kUnitsPerRow);
     sqlite3_prepare16(db, kSelectAllMembersSql, -1, &statement, nullptr);
     const CPy speller;
+    const bool native_utf16 = StoresNativeUtf16(db);
+    std::u16string nick, name;
     bool stopped = false;
     while (statement != nullptr && sqlite3_step(statement) == SQLITE_ROW) {
       // The user list is gone and nobody asked for these lists: the rest is not read.
@@ -84,7 +122,8 @@ void SearchListReader::Run(UserListShared& shared, const std::u16string& path) {
         stopped = true;
         break;
       }
-      lists->AddRow(Text(statement, kMemberNick), Text(statement, kMemberName), speller);
+      lists->AddRow(Text(statement, kMemberNick, native_utf16, nick),
+                    Text(statement, kMemberName, native_utf16, name), speller);
     }
     sqlite3_finalize(statement);
     statement = nullptr;

@@ -9,8 +9,10 @@ namespace vk {
 
 SearchLists::Row SearchLists::BeginRow(std::u16string_view name, const CPy& speller) {
   Row row{text_.size(), 0, 0, 0};
-  speller.AppendSpellCode(name, CPy::kFullSpell, text_);
-  LowerInPlace(text_.data() + row.start, text_.data() + text_.size());
+  code_.clear();
+  // The code comes lower case: syllables are, and every other unit is lowered as it is kept.
+  speller.AppendSpellCode(name, CPy::kFullSpell, code_);
+  text_ += code_;
   row.spell = static_cast<uint32_t>(text_.size() - row.start);
   return row;
 }

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/HugePageAllocator.h"
+
 class CPy;
 
 namespace vk {
@@ -52,8 +54,10 @@ class SearchLists {
   // Appends the display text of lower-case `nick` and `name` and records the row.
   void EndRow(Row row, std::u16string_view nick, std::u16string_view name);
 
-  std::u16string text_;  // one allocation for every text of the generation
-  std::vector<Row> rows_;
+  std::basic_string<char16_t, std::char_traits<char16_t>, HugePageAllocator<char16_t>>
+      text_;  // one allocation for every text of the generation
+  std::vector<Row, HugePageAllocator<Row>> rows_;
+  std::u16string code_;  // the spelling code of the row being added
 };
 
 }  // namespace vk

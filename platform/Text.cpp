@@ -101,6 +101,8 @@ char16_t WideToLower(char16_t c) {
   // ASCII, most of every nickname and spelling code, without a call into ICU (which maps it
   // the same way).
   if (c < 0x80) return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + (u'a' - u'A')) : c;
+  // Extension A and the unified ideographs, most of every name, have no case either.
+  if (c >= 0x3400 && c <= 0x9FFF) return c;
   UChar32 lower = u_tolower(static_cast<UChar32>(c));
   // Each unit is mapped on its own; a mapping outside the unit's plane keeps the unit.
   return lower <= 0xFFFF ? static_cast<char16_t>(lower) : c;

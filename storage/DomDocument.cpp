@@ -17,6 +17,7 @@
 #include "storage/DomDocumentState.h"
 #include "storage/XmlErrorTrap.h"
 #include "storage/XmlParsePolicy.h"
+#include "storage/XmlSaveForm.h"
 
 namespace vk {
 namespace {
@@ -36,43 +37,6 @@ std::shared_ptr<DomDocumentState> EmptyState() {
   xmlDocPtr doc = xmlNewDoc(reinterpret_cast<const xmlChar*>("1.0"));
   if (doc == nullptr) throw ComError(E_OUTOFMEMORY, u"Cannot create an XML document.");
   return std::make_shared<DomDocumentState>(doc, std::nullopt);
-}
-
-bool IsWhitespaceOnly(const xmlChar* text) {
-  for (; text != nullptr && *text != 0; ++text) {
-    if (*text != ' ' && *text != '\t' && *text != '\n' && *text != '\r') return false;
-  }
-  return true;
-}
-
-// Drops whitespace-only text nodes (outside xml:space="preserve"), as a DOM that does not
-// preserve white space loads them, so sibling walks meet elements.
-void DropBlankText(xmlNodePtr parent) {
-  bool preserve = xmlNodeGetSpacePreserve(parent) == 1;
-  xmlNodePtr child = parent->children;
-  while (child != nullptr) {
-    xmlNodePtr next = child->next;
-    if (child->type == XML_TEXT_NODE && !preserve && IsWhitespaceOnly(child->content)) {
-      xmlUnlinkNode(child);
-      xmlFreeNode(child);
-    } else if (child->type == XML_ELEMENT_NODE) {
-      DropBlankText(child);
-    }
-    child = next;
-  }
-}
-
-// The encoding named by the XML declaration at the start of well-formed text.
-std::optional<std::string> DeclaredEncoding(std::string_view text) {
-  if (!text.starts_with("<?xml")) return std::nullopt;
-  std::string_view decl = text.substr(0, text.find("?>"));
-  size_t at = decl.find("encoding");
-  if (at == std::string_view::npos) return std::nullopt;
-  size_t pos = decl.find_first_of("\"'", at);
-  if (pos == std::string_view::npos) return std::nullopt;
-  size_t end = decl.find(decl[pos], pos + 1);
-  if (end == std::string_view::npos) return std::nullopt;
-  return std::string(decl.substr(pos + 1, end - pos - 1));
 }
 
 // libxml2 writes a namespace declaration's URI as it stands, so a '<' or '&' in it (read from
@@ -139,12 +103,12 @@ bool DomDocument::LoadXml(std::u16string_view text) {
   std::string utf8 = ToUtf8(text);
   // libxml2 would switch to the encoding the declaration names and then replace the
   // document's encoding with the forced one: parse as UTF-8 and keep the declared name.
-  std::optional<std::string> declared = DeclaredEncoding(utf8);
+  std::optional<std::string> declared = XmlSaveForm::DeclaredEncoding(utf8);
   return Parse(utf8, nullptr, "UTF-8", declared);
 }
 
 bool DomDocument::LoadBytesIn(const std::string& bytes, const char* encoding) {
-  return Parse(bytes, nullptr, encoding, DeclaredEncoding(bytes));
+  return Parse(bytes, nullptr, encoding, XmlSaveForm::DeclaredEncoding(bytes));
 }
 
 bool DomDocument::Parse(const std::string& bytes, const char* url, const char* forced_encoding,
@@ -173,7 +137,7 @@ bool DomDocument::Parse(const std::string& bytes, const char* url, const char* f
                            : trap.MessageOr(u"The document is not well-formed.");
     return false;
   }
-  DropBlankText(xmlDocGetRootElement(doc));
+  XmlSaveForm::DropBlankText(xmlDocGetRootElement(doc));
   if (forced_encoding != nullptr) {
     if (doc->encoding != nullptr) xmlFree(const_cast<xmlChar*>(doc->encoding));
     doc->encoding =
@@ -232,15 +196,7 @@ std::u16string DomDocument::Xml() const {
 }
 
 std::string DomDocument::Declaration() const {
-  xmlDocPtr doc = state_->Doc();
-  std::string text = "<?xml version=\"";
-  text += doc->version != nullptr ? reinterpret_cast<const char*>(doc->version) : "1.0";
-  text += "\"";
-  if (state_->DeclaredEncoding()) text += " encoding=\"" + *state_->DeclaredEncoding() + "\"";
-  if (doc->standalone == 1) text += " standalone=\"yes\"";
-  if (doc->standalone == 0) text += " standalone=\"no\"";
-  text += "?>\n";
-  return text;
+  return XmlSaveForm::Declaration(state_->Doc(), state_->DeclaredEncoding());
 }
 
 DomNode DomDocument::DocumentElement() const {

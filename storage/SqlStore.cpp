@@ -16,13 +16,18 @@ SqlStore::~SqlStore() {
   CloseDb();
 }
 
-sqlite3* SqlStore::Open(const std::u16string& path, std::u16string* error) {
+sqlite3* SqlStore::Open(const std::u16string& path, std::u16string* error, bool one_thread) {
   if (ProbePath(path) == PathPresence::kMissing && !CreatePrivateFile(path) && errno != EEXIST) {
     if (error != nullptr) *error = FromUtf8(std::strerror(errno));
     return nullptr;
   }
   sqlite3* db = nullptr;
-  if (sqlite3_open16(path.c_str(), &db) != SQLITE_OK) {
+  const int opened =
+      one_thread ? sqlite3_open_v2(ToUtf8(path).c_str(), &db,
+                                   SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
+                                   nullptr)
+                 : sqlite3_open16(path.c_str(), &db);
+  if (opened != SQLITE_OK) {
     if (error != nullptr) {
       *error = FromUtf8(db != nullptr ? sqlite3_errmsg(db) : "cannot be opened");
     }

@@ -45,8 +45,11 @@ class SqlStore {
   // is deleted, so a commit survives a power cut that follows it (with FULL, the deletion may
   // be lost, and the next opening would take the journal for an interrupted transaction and
   // roll the commit back). Null when the file cannot be created or opened; `error` then says
-  // why.
-  static sqlite3* Open(const std::u16string& path, std::u16string* error = nullptr);
+  // why. With `one_thread` the connection serves one thread only and the engine takes no lock
+  // of its own on each call; such a connection is opened by its UTF-8 name, so a database it
+  // created would be in UTF-8 (those of the component are created in UTF-16).
+  static sqlite3* Open(const std::u16string& path, std::u16string* error = nullptr,
+                       bool one_thread = false);
 
   // Opens the connection (creating the file), creates the schema and prepares every
   // statement; does nothing while a connection is open. A failed open leaves the store
