@@ -126,14 +126,21 @@ const CLocalOffMsgStore::Channel* CLocalOffMsgStore::FindChannel(LONG channel) c
 
 std::optional<LONG> CLocalOffMsgStore::ReadSum(const std::u16string& index) const {
   OutputDebugStringA("CLocalOffMsgStore::GetSumFromXML Get in\n");
-  // The sum is an attribute of the root, but an index counts only when it reads to its end:
-  // a file cut short or damaged after its root counts as none (and is never cleared). So the
-  // whole file is read, once while it stays the same.
+  // A channel is cleared only on a sum read from an index read to its end: one cut short or
+  // damaged after its root counts as none and is never cleared. So the whole file is read,
+  // once while it stays the same.
   return indexes_.Sum(index);
 }
 
 LONG CLocalOffMsgStore::GetSumFromXML(const std::u16string& index) const {
   return ReadSum(index).value_or(-1);
+}
+
+LONG CLocalOffMsgStore::GetCountFromXML(const std::u16string& index) const {
+  OutputDebugStringA("CLocalOffMsgStore::GetSumFromXML Get in\n");
+  // The client asks for the count on every new message: it is read from the root, and a file
+  // that does not end by closing its root (cut short) still counts as none.
+  return indexes_.CountedSum(index).value_or(-1);
 }
 
 LONG CLocalOffMsgStore::SetSumToXML(
@@ -146,8 +153,8 @@ LONG CLocalOffMsgStore::SetSumToXML(
 
 HRESULT CLocalOffMsgStore::GetTotalCount(LONG* count) {
   if (count == nullptr) return E_INVALIDARG;
-  LONG im = GetSumFromXML(im_.index);
-  LONG discussion = GetSumFromXML(discussion_.index);
+  LONG im = GetCountFromXML(im_.index);
+  LONG discussion = GetCountFromXML(discussion_.index);
   *count = im < 0 ? discussion : discussion < 0 ? im : im + discussion;
   return S_OK;
 }

@@ -49,7 +49,8 @@ class CLocalOffMsgStore : public vk::ComObject<ILocalOffMsgStore> {
   std::optional<LONG> ReadSum(const std::u16string& index) const;
   // ReadSum, or -1.
   LONG GetSumFromXML(const std::u16string& index) const;
-  // Sets DataSum in the loaded index and saves it: 0 when saved, else -1.
+  // The same for the count the client shows, which needs the root and the file's end alone.
+  LONG GetCountFromXML(const std::u16string& index) const;
   // Writes the index as `save` makes it with DataSum set to the sum: 0 when written, else -1.
   LONG SetSumToXML(const std::u16string& index, LONG sum,
                    const std::function<std::optional<std::string>(LONG)>& save) const;

@@ -42,6 +42,19 @@ std::optional<LONG> OffMsgIndexCache::Sum(const std::u16string& path) {
   return sum;
 }
 
+std::optional<LONG> OffMsgIndexCache::CountedSum(const std::u16string& path) {
+  const std::optional<FileIdentity> before = FileIdentity::Of(path);
+  const Entry* entry = Current(path, before);
+  // A file already read through answers as it does for Sum.
+  if (entry != nullptr && (entry->view || entry->sum_read)) return Sum(path);
+  if (entry != nullptr && entry->root_sum) return entry->root_sum;
+  if (std::optional<LONG> sum = OffMsgIndexView::ReadRootSum(path)) {
+    if (Entry* kept = Keep(path, before)) kept->root_sum = sum;
+    return sum;
+  }
+  return Sum(path);
+}
+
 std::shared_ptr<const OffMsgIndexView> OffMsgIndexCache::View(const std::u16string& path) {
   const std::optional<FileIdentity> before = FileIdentity::Of(path);
   Entry* entry = Current(path, before);

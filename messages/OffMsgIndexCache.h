@@ -1,9 +1,9 @@
 // What was read from the channels' indexes, kept between calls. Other parts of the client
 // write the index files between the store's calls, so each call asks again: the file is read
 // anew unless it is still the one read before (same device, inode, size and modification
-// time to the nanosecond). The sum alone takes a plain pass over the file; the records are
-// gathered only for the operations that need them, so a file that changes between two
-// counts costs no more than the pass.
+// time to the nanosecond). The count reads the root and the file's end alone; the sum that
+// decides whether a channel may be cleared takes a plain pass over the file; the records are
+// gathered only for the operations that need them.
 #pragma once
 
 #include <memory>
@@ -20,6 +20,10 @@ class OffMsgIndexCache {
  public:
   // DataSum of the index at path as it is now; none when it does not read to its end.
   std::optional<LONG> Sum(const std::u16string& path);
+  // The same for the count the client shows, taken from the root when the file ends by
+  // closing it: damage inside the records is then left to the listing and the fetch to
+  // report, which read them all. Anything else is read through as by Sum.
+  std::optional<LONG> CountedSum(const std::u16string& path);
   // The records of the index at path as it is now.
   std::shared_ptr<const OffMsgIndexView> View(const std::u16string& path);
 
@@ -29,6 +33,7 @@ class OffMsgIndexCache {
     FileIdentity identity;
     bool sum_read = false;
     std::optional<LONG> sum;
+    std::optional<LONG> root_sum;  // from the root and the file's end
     std::shared_ptr<const OffMsgIndexView> view;
   };
   // The entry of path when the file is still the one it was read from; a stale one goes.

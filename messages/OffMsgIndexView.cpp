@@ -74,6 +74,13 @@ std::optional<LONG> OffMsgIndexView::ReadSum(std::u16string_view path) {
   return sum;
 }
 
+std::optional<LONG> OffMsgIndexView::ReadRootSum(std::u16string_view path) {
+  LONG sum = -1;
+  if (!OffMsgIndexScan::ScanRoot(path, [&](const OffMsgAttributes& a) { sum = a.Int("DataSum"); }))
+    return std::nullopt;
+  return sum;
+}
+
 std::vector<const OffMsgConversation*> OffMsgIndexView::Conversations() const {
   // A conversation goes to the end of the list with each of its records: the list follows
   // the conversations' last records.

@@ -28,6 +28,9 @@ class OffMsgIndexView {
   // The DataSum alone, from a pass that reads the file through without keeping the records;
   // none when it does not read to its end.
   static std::optional<LONG> ReadSum(std::u16string_view path);
+  // The DataSum from the root's start tag when the file ends by closing the root; none when
+  // that cannot tell (see OffMsgIndexScan::ScanRoot), and ReadSum must read the file through.
+  static std::optional<LONG> ReadRootSum(std::u16string_view path);
 
   bool Readable() const { return readable_; }
   // DataSum of the root; -1 when not readable.

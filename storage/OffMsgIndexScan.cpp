@@ -3,9 +3,11 @@
 #include <libxml/parser.h>
 #include <libxml/parserInternals.h>
 
+#include <algorithm>
 #include <cstring>
+#include <vector>
 
-#include "platform/Files.h"
+#include "platform/ReadableFile.h"
 #include "platform/Text.h"
 #include "storage/LeadingDigits.h"
 #include "storage/XmlErrorTrap.h"
@@ -17,9 +19,32 @@ namespace {
 struct ScanState {
   const OffMsgIndexScan::Visit* on_root;
   const OffMsgIndexScan::Visit* on_record;
+  bool stop_at_root = false;
   int depth = 0;
   bool root_ok = false;
+  bool stopped = false;
+  bool well_formed_at_stop = false;
 };
+
+// What an index whose root is closed ends with: the end tag, white space allowed before its
+// '>' and after it.
+constexpr std::string_view kRootEndTag = "</OffMsgIndexData";
+constexpr size_t kTailBytes = 256;
+
+bool IsXmlSpace(char c) {
+  return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
+bool EndsWithRootEndTag(std::string_view tail) {
+  auto trim = [&] {
+    while (!tail.empty() && IsXmlSpace(tail.back())) tail.remove_suffix(1);
+  };
+  trim();
+  if (!tail.ends_with('>')) return false;
+  tail.remove_suffix(1);
+  trim();
+  return tail.ends_with(kRootEndTag);
+}
 
 bool Named(const xmlChar* name, const char* expected) {
   return std::strcmp(reinterpret_cast<const char*>(name), expected) == 0;
@@ -38,6 +63,12 @@ void StartElement(void* context, const xmlChar* name, const xmlChar*, const xmlC
   if (depth == 0) {
     state->root_ok = Named(name, "OffMsgIndexData");
     if (state->root_ok) (*state->on_root)(OffMsgAttributes(attributes, attribute_count));
+    if (state->stop_at_root) {
+      auto* parser = static_cast<xmlParserCtxtPtr>(context);
+      state->stopped = true;
+      state->well_formed_at_stop = parser->wellFormed != 0;
+      xmlStopParser(parser);
+    }
   } else if (depth == 1 && state->root_ok && Named(name, "OffMsgRec")) {
     (*state->on_record)(OffMsgAttributes(attributes, attribute_count));
   }
@@ -88,7 +119,12 @@ int32_t OffMsgAttributes::Int(std::string_view name) const {
   return ParseLeadingDigits(Raw(name).value_or(std::string_view()));
 }
 
-bool OffMsgIndexScan::Scan(std::u16string_view path, const Visit& on_root, const Visit& on_record) {
+namespace {
+
+// Parses the file from its start until its end, or until the root's start tag when the state
+// asks to stop there; true when what was parsed is well-formed GBK XML under an
+// OffMsgIndexData root.
+bool Parse(ReadableFile& file, ScanState& state) {
   xmlInitParser();
   XmlErrorTrap trap;
   xmlSAXHandler sax{};
@@ -96,7 +132,6 @@ bool OffMsgIndexScan::Scan(std::u16string_view path, const Visit& on_root, const
   sax.startElementNs = &StartElement;
   sax.endElementNs = &EndElement;
   XmlParsePolicy::RefuseEntities(&sax);
-  ScanState state{&on_root, &on_record};
   xmlParserCtxtPtr parser = xmlCreatePushParserCtxt(&sax, nullptr, nullptr, 0, nullptr);
   if (parser == nullptr) return false;
   parser->_private = &state;
@@ -106,18 +141,43 @@ bool OffMsgIndexScan::Scan(std::u16string_view path, const Visit& on_root, const
   // The file goes to the parser in chunks as it is read: handed over whole, an index of ten
   // million bytes or more (some 62,000 records) would exceed the parser's lookahead limit
   // and read as damaged.
-  bool ok = gbk != nullptr && xmlSwitchToEncoding(parser, gbk) == 0 &&
-            ReadFileInChunks(path,
-                             [&](std::string_view chunk) {
-                               return xmlParseChunk(parser, chunk.data(),
-                                                    static_cast<int>(chunk.size()), 0) == 0;
-                             }) &&
-            xmlParseChunk(parser, nullptr, 0, 1) == 0 && parser->wellFormed != 0 && state.root_ok;
+  bool ok = gbk != nullptr && xmlSwitchToEncoding(parser, gbk) == 0;
+  std::vector<char> chunk(64 * 1024);
+  while (ok) {
+    const ssize_t got = file.Read(chunk.data(), chunk.size());
+    const bool last = got == 0;
+    ok = got >= 0 &&
+         (xmlParseChunk(parser, chunk.data(), static_cast<int>(std::max<ssize_t>(got, 0)),
+                        last ? 1 : 0) == 0 ||
+          state.stopped);
+    if (last || state.stopped) break;
+  }
+  ok = ok && (state.stopped ? state.well_formed_at_stop : parser->wellFormed != 0) && state.root_ok;
   // A document type declaration makes the parser build a document of its own to hold the
   // declared entities; the parser leaves freeing it to its caller.
   if (parser->myDoc != nullptr) xmlFreeDoc(parser->myDoc);
   xmlFreeParserCtxt(parser);
   return ok;
+}
+
+}  // namespace
+
+bool OffMsgIndexScan::Scan(std::u16string_view path, const Visit& on_root, const Visit& on_record) {
+  ReadableFile file(path);
+  ScanState state{&on_root, &on_record};
+  return file.IsOpen() && Parse(file, state);
+}
+
+bool OffMsgIndexScan::ScanRoot(std::u16string_view path, const Visit& on_root) {
+  ReadableFile file(path);
+  const Visit none = [](const OffMsgAttributes&) {};
+  ScanState state{&on_root, &none, /*stop_at_root=*/true};
+  if (!file.IsOpen() || !Parse(file, state) || !state.stopped) return false;
+  const int64_t size = file.Size();
+  const int64_t from = std::max<int64_t>(0, size - static_cast<int64_t>(kTailBytes));
+  std::string tail(static_cast<size_t>(size - from), '\0');
+  const ssize_t got = file.ReadAt(tail.data(), tail.size(), from);
+  return got == static_cast<ssize_t>(tail.size()) && EndsWithRootEndTag(tail);
 }
 
 }  // namespace vk

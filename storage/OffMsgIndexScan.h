@@ -42,6 +42,12 @@ class OffMsgIndexScan {
   // its root is not OffMsgIndexData; what was visited before the fault showed is not to be
   // trusted then.
   static bool Scan(std::u16string_view path, const Visit& on_root, const Visit& on_record);
+  // Reads no further than the root's start tag, then looks at the end of the file: true when
+  // the head is well-formed up to an OffMsgIndexData root and the file ends by closing that
+  // root. A file cut short (the damage a crash or a full disk leaves) fails; so does one this
+  // cannot judge (a root closed in its start tag, something after the root), which the full
+  // scan must then read.
+  static bool ScanRoot(std::u16string_view path, const Visit& on_root);
 };
 
 }  // namespace vk

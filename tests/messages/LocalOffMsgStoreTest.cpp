@@ -436,30 +436,38 @@ TEST_F(LocalOffMsgStoreTest, ClearingRemovesPlainFilesOfChannelsThatAreEmptyOrHa
 
 TEST_F(LocalOffMsgStoreTest, UnreadableIndexesCountAsNoneAndAreNeverCleared) {
   const std::string kept = Rel(kIm, "xml");
-  const std::string damaged[] = {
-      "<OffMsgIndexData DataSum=\"0\">",  // truncated
-      "<!DOCTYPE OffMsgIndexData [<!ENTITY e \"x\">]><OffMsgIndexData DataSum=\"0\"/>",
-      "",  // a FIFO in the index's place, which nobody writes to
+  struct Case {
+    std::string bytes;
+    LONG total;  // the IM channel's DataSum is 7, the discussion channel's 0
   };
-  for (const std::string& bytes : damaged) {
+  const Case cases[] = {
+      {"<OffMsgIndexData DataSum=\"7\">", 0},                            // cut short after the root
+      {"<OffMsgIndexData DataSum=\"7\"><OffMsgRec MsgID=\"a\" Cre", 0},  // inside a record
+      {"<!DOCTYPE OffMsgIndexData [<!ENTITY e \"x\">]><OffMsgIndexData DataSum=\"7\"/>", 0},
+      {"", 0},  // a FIFO in the index's place, which nobody writes to
+      // Damaged inside but closed: the count comes from the root; listing and clearing read
+      // the records and refuse them.
+      {"<OffMsgIndexData DataSum=\"7\"><OffMsgRec MsgID=\"a\" <</OffMsgIndexData >\r\n", 7},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.bytes);
     Write(kIm, {Rec(u"a", 1)});
     Write(kDisc, {}, 0);
-    if (bytes.empty()) {
+    if (c.bytes.empty()) {
       ASSERT_TRUE(MakeFifo(data_.NativeFile(kept)));
     } else {
-      data_.WriteBytes(kept, bytes);
+      data_.WriteBytes(kept, c.bytes);
     }
     LogCapture log;
     HangGuard guard;
-    EXPECT_EQ(Total(), 0) << bytes;
+    EXPECT_EQ(Total(), c.total);
     Indexes(E_FAIL);
     EXPECT_EQ(store_->ClearEmptyChannels(), S_OK);
     // The unreadable IM channel keeps both files; the empty discussion channel goes.
-    EXPECT_TRUE(IsFileExist(data_.File(FromUtf8(kept)))) << bytes;
-    EXPECT_TRUE(IsFileExist(data_.File(FromUtf8(Rel(kIm, "txt"))))) << bytes;
-    EXPECT_FALSE(IsFileExist(data_.File(FromUtf8(Rel(kDisc, "xml"))))) << bytes;
-    EXPECT_EQ(log.CountDebugLinesContaining("ClearEmptyChannels unreadable index kept"), 1u)
-        << bytes;
+    EXPECT_TRUE(IsFileExist(data_.File(FromUtf8(kept))));
+    EXPECT_TRUE(IsFileExist(data_.File(FromUtf8(Rel(kIm, "txt")))));
+    EXPECT_FALSE(IsFileExist(data_.File(FromUtf8(Rel(kDisc, "xml")))));
+    EXPECT_EQ(log.CountDebugLinesContaining("ClearEmptyChannels unreadable index kept"), 1u);
     ::unlink(data_.NativeFile(kept).c_str());
   }
 }
