@@ -1,12 +1,57 @@
 #include "messages/OffMsgIndexView.h"
 
 #include <algorithm>
+#include <array>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <system_error>
+#include <thread>
 
+#include "platform/BatchQueue.h"
+#include "platform/Files.h"
 #include "platform/Text.h"
 #include "storage/OffMsgIndexScan.h"
 
 namespace vk {
+
+// Records as the parser hands them on: their texts raw and back to back, so that the parser
+// spends no time making strings.
+struct OffMsgRecordBatch {
+  enum Field { kMsgId, kSender, kReceivers, kType, kSessionDesc, kTitle, kFields };
+  static constexpr const char* kNames[kFields] = {"MsgID", "Sender",      "Recievers",
+                                                  "Type",  "SessionDesc", "Title"};
+  static constexpr size_t kRecords = 2048;
+  struct Record {
+    LONG create_time, addr, len;
+    std::array<size_t, kFields + 1> at;  // where each text starts in `bytes`, then the end
+  };
+
+  void Append(const OffMsgAttributes& a) {
+    Record record{a.Int("CreateTime"), a.Int("Addr"), a.Int("Len"), {}};
+    for (size_t field = 0; field < kFields; ++field) {
+      record.at[field] = bytes.size();
+      bytes.append(a.Raw(kNames[field]).value_or(std::string_view()));
+    }
+    record.at[kFields] = bytes.size();
+    records.push_back(record);
+  }
+  // A text as UTF-8; absent reads as empty.
+  std::string Text(const Record& record, Field field) const {
+    return OffMsgAttributes::Unescape(
+        std::string_view(bytes).substr(record.at[field], record.at[field + 1] - record.at[field]));
+  }
+  bool Full() const { return records.size() == kRecords; }
+
+  std::string bytes;
+  std::vector<Record> records;
+};
+
 namespace {
+
+// Below this size an index is read on the calling thread: a second thread would cost more
+// than it saves.
+constexpr uintmax_t kThreadedFrom = 1 << 20;
 
 // The id as the store compares it: lower-cased unit by unit. Most ids are ASCII, which
 // folds without a table.
@@ -24,42 +69,102 @@ std::u16string LowerKey(const std::string& utf8) {
 
 }  // namespace
 
-OffMsgIndexView OffMsgIndexView::Read(std::u16string_view path) {
-  OffMsgIndexView view;
-  size_t position = 0;
-  auto root = [&](const OffMsgAttributes& a) { view.sum_ = a.Int("DataSum"); };
-  auto record = [&](const OffMsgAttributes& a) {
-    const std::string id = a.Utf8("MsgID").value_or("");
-    const LONG created = a.Int("CreateTime");
+void OffMsgIndexView::Add(const OffMsgRecordBatch& batch) {
+  using Batch = OffMsgRecordBatch;
+  for (const Batch::Record& record : batch.records) {
+    const std::string id = batch.Text(record, Batch::kMsgId);
+    const LONG created = record.create_time;
     OffMsgBody body{created,
-                    a.Int("Addr"),
-                    a.Int("Len"),
-                    a.Utf8("Sender").value_or(""),
-                    a.Utf8("Recievers").value_or(""),
-                    a.Utf8("Type").value_or("")};
-    if (created >= view.latest_time_) {  // ties go to the later record
-      view.latest_time_ = created;
-      view.latest_addr_ = body.addr;
+                    record.addr,
+                    record.len,
+                    batch.Text(record, Batch::kSender),
+                    batch.Text(record, Batch::kReceivers),
+                    batch.Text(record, Batch::kType)};
+    if (created >= latest_time_) {  // ties go to the later record
+      latest_time_ = created;
+      latest_addr_ = body.addr;
     }
-    auto [found, added] = view.by_id_.try_emplace(LowerKey(id), view.messages_.size());
+    auto [found, added] = by_id_.try_emplace(LowerKey(id), messages_.size());
     if (added) {
       // The conversation shows its first record's texts; only those are turned into text.
       Message message;
       message.conversation = {.msg_id = FromUtf8(id),
                               .create_time = created,
-                              .session_desc = a.Text("SessionDesc"),
+                              .session_desc = FromUtf8(batch.Text(record, Batch::kSessionDesc)),
                               .actor = FromUtf8(body.receivers),
-                              .title = a.Text("Title"),
+                              .title = FromUtf8(batch.Text(record, Batch::kTitle)),
                               .type = FromUtf8(body.type)};
-      view.messages_.push_back(std::move(message));
+      messages_.push_back(std::move(message));
     } else {
-      ++view.messages_[found->second].conversation.count;
+      ++messages_[found->second].conversation.count;
     }
-    Message& message = view.messages_[found->second];
-    message.last = position++;
+    Message& message = messages_[found->second];
+    message.last = records_++;
     message.bodies.push_back(std::move(body));
+  }
+}
+
+OffMsgIndexView OffMsgIndexView::Read(std::u16string_view path) {
+  OffMsgIndexView view;
+  LONG sum = -1;
+  auto root = [&](const OffMsgAttributes& a) { sum = a.Int("DataSum"); };
+  BatchQueue<OffMsgRecordBatch> queue;
+  std::error_code ec;
+  const uintmax_t size = std::filesystem::file_size(PathToNative(path), ec);
+  bool threaded = !ec && size >= kThreadedFrom;
+  auto batch = std::make_unique<OffMsgRecordBatch>();
+  // A full batch goes to the grouping side: the other thread, or this one when there is none.
+  // A batch the grouping side no longer takes is dropped with the queue.
+  auto hand_on = [&] {
+    if (threaded) {
+      queue.Push(std::move(batch));
+    } else {
+      view.Add(*batch);
+    }
+    batch = std::make_unique<OffMsgRecordBatch>();
   };
-  if (!OffMsgIndexScan::Scan(path, root, record)) return OffMsgIndexView();
+  auto record = [&](const OffMsgAttributes& a) {
+    batch->Append(a);
+    if (batch->Full()) hand_on();
+  };
+  auto scan = [&] {
+    bool read = OffMsgIndexScan::Scan(path, root, record);
+    if (read) hand_on();
+    return read;
+  };
+  std::thread parser;
+  if (threaded) {
+    try {
+      parser = std::thread([&] {
+        bool read = false;
+        try {
+          read = scan();
+        } catch (const std::bad_alloc&) {
+          // Out of memory: the file reads as unreadable.
+        }
+        queue.Finish(!read);
+      });
+    } catch (const std::system_error&) {
+      threaded = false;  // no thread to be had: the file is read on this one
+    }
+  }
+  bool read = false;
+  if (threaded) {
+    try {
+      while (std::unique_ptr<OffMsgRecordBatch> taken = queue.Pop()) view.Add(*taken);
+    } catch (...) {
+      queue.Abandon();
+      parser.join();
+      throw;
+    }
+    queue.Abandon();  // the parser has finished; nothing waits
+    parser.join();
+    read = !queue.Failed();
+  } else {
+    read = scan();
+  }
+  if (!read) return OffMsgIndexView();
+  view.sum_ = sum;
   view.readable_ = true;
   return view;
 }

@@ -13,6 +13,8 @@
 
 namespace vk {
 
+struct OffMsgRecordBatch;
+
 // One record of a message id: where its body lies and what the fetched item shows (texts in
 // UTF-8 as read, turned into the client's text only for the message fetched).
 struct OffMsgBody {
@@ -22,7 +24,8 @@ struct OffMsgBody {
 
 class OffMsgIndexView {
  public:
-  // Reads the index through. A file that does not read to its end (missing, damaged, cut
+  // Reads the index through; a large one is parsed on a thread of its own while this one
+  // groups the records. A file that does not read to its end (missing, damaged, cut
   // short, its root not OffMsgIndexData) gives a view that is not readable and holds nothing.
   static OffMsgIndexView Read(std::u16string_view path);
   // The DataSum alone, from a pass that reads the file through without keeping the records;
@@ -50,7 +53,11 @@ class OffMsgIndexView {
     std::vector<OffMsgBody> bodies;
   };
 
+  // Takes a batch of records in file order.
+  void Add(const OffMsgRecordBatch& batch);
+
   bool readable_ = false;
+  size_t records_ = 0;  // taken so far
   LONG sum_ = -1;
   std::vector<Message> messages_;                     // in the order of their first records
   std::unordered_map<std::u16string, size_t> by_id_;  // lower-cased MsgID -> messages_

@@ -95,14 +95,18 @@ std::optional<std::string_view> OffMsgAttributes::Raw(std::string_view name) con
 std::optional<std::string> OffMsgAttributes::Utf8(std::string_view name) const {
   std::optional<std::string_view> raw = Raw(name);
   if (!raw) return std::nullopt;
+  return Unescape(*raw);
+}
+
+std::string OffMsgAttributes::Unescape(std::string_view raw) {
   // The parser hands an escaped ampersand on as "&#38;" (every other reference comes
   // decoded), so that one is left to undo.
-  if (raw->find('&') == std::string_view::npos) return std::string(*raw);
+  if (raw.find('&') == std::string_view::npos) return std::string(raw);
   std::string value;
-  value.reserve(raw->size());
-  for (size_t at = 0; at < raw->size();) {
-    bool ampersand = raw->substr(at).starts_with("&#38;");
-    value += ampersand ? '&' : (*raw)[at];
+  value.reserve(raw.size());
+  for (size_t at = 0; at < raw.size();) {
+    bool ampersand = raw.substr(at).starts_with("&#38;");
+    value += ampersand ? '&' : raw[at];
     at += ampersand ? 5 : 1;
   }
   return value;

@@ -26,11 +26,12 @@ class OffMsgAttributes {
   std::u16string Text(std::string_view name) const { return Get(name).value_or(u""); }
   // The leading-digits integer; absent reads as 0.
   int32_t Int(std::string_view name) const;
+  // The value as it stands in the parser's buffer, valid during the visit only.
+  std::optional<std::string_view> Raw(std::string_view name) const;
+  // A raw value as UTF-8 text.
+  static std::string Unescape(std::string_view raw);
 
  private:
-  // The value as it stands in the parser's buffer.
-  std::optional<std::string_view> Raw(std::string_view name) const;
-
   const unsigned char** attributes_;
   int count_;
 };
