@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/ReadableFile.h"
+#include "storage/GbkDecoder.h"
 #include "platform/Text.h"
 #include "storage/LeadingDigits.h"
 #include "storage/XmlErrorTrap.h"
@@ -141,7 +142,7 @@ bool Parse(ReadableFile& file, ScanState& state) {
   parser->_private = &state;
   // The files are in the ANSI code page whatever their declaration says.
   xmlCtxtUseOptions(parser, XmlParsePolicy::kOptions | XML_PARSE_IGNORE_ENC);
-  xmlCharEncodingHandlerPtr gbk = xmlFindCharEncodingHandler("GBK");
+  xmlCharEncodingHandlerPtr gbk = GbkDecoder::Handler();
   // The file goes to the parser in chunks as it is read: handed over whole, an index of ten
   // million bytes or more (some 62,000 records) would exceed the parser's lookahead limit
   // and read as damaged.
