@@ -11,6 +11,7 @@
 #include "platform/BatchQueue.h"
 #include "platform/Files.h"
 #include "platform/Text.h"
+#include "storage/LeadingDigits.h"
 #include "storage/OffMsgIndexScan.h"
 
 namespace vk {
@@ -19,19 +20,37 @@ namespace vk {
 // spends no time making strings.
 struct OffMsgRecordBatch {
   enum Field { kMsgId, kSender, kReceivers, kType, kSessionDesc, kTitle, kFields };
-  static constexpr const char* kNames[kFields] = {"MsgID", "Sender",      "Recievers",
-                                                  "Type",  "SessionDesc", "Title"};
+  static constexpr std::string_view kNames[kFields] = {"MsgID", "Sender",      "Recievers",
+                                                       "Type",  "SessionDesc", "Title"};
   static constexpr size_t kRecords = 2048;
   struct Record {
     LONG create_time, addr, len;
     std::array<size_t, kFields + 1> at;  // where each text starts in `bytes`, then the end
   };
 
+  // One pass over the record's attributes: a name seen twice makes the file malformed, so the
+  // first of each is the one.
   void Append(const OffMsgAttributes& a) {
-    Record record{a.Int("CreateTime"), a.Int("Addr"), a.Int("Len"), {}};
+    std::array<std::string_view, kFields> texts{};
+    std::string_view created, addr, len;
+    a.ForEach([&](std::string_view name, std::string_view value) {
+      if (name == "CreateTime") {
+        created = value;
+      } else if (name == "Addr") {
+        addr = value;
+      } else if (name == "Len") {
+        len = value;
+      } else {
+        for (size_t field = 0; field < kFields; ++field) {
+          if (name == kNames[field]) texts[field] = value;
+        }
+      }
+    });
+    Record record{
+        ParseLeadingDigits(created), ParseLeadingDigits(addr), ParseLeadingDigits(len), {}};
     for (size_t field = 0; field < kFields; ++field) {
       record.at[field] = bytes.size();
-      bytes.append(a.Raw(kNames[field]).value_or(std::string_view()));
+      bytes.append(texts[field]);
     }
     record.at[kFields] = bytes.size();
     records.push_back(record);

@@ -28,6 +28,17 @@ class OffMsgAttributes {
   int32_t Int(std::string_view name) const;
   // The value as it stands in the parser's buffer, valid during the visit only.
   std::optional<std::string_view> Raw(std::string_view name) const;
+  // Every unprefixed attribute's name and raw value, in document order.
+  template <typename Visit>
+  void ForEach(Visit&& visit) const {
+    for (int i = 0; i < count_; ++i) {
+      const unsigned char** entry = attributes_ + 5 * i;
+      if (entry[1] != nullptr) continue;
+      visit(std::string_view(reinterpret_cast<const char*>(entry[0])),
+            std::string_view(reinterpret_cast<const char*>(entry[3]),
+                             static_cast<size_t>(entry[4] - entry[3])));
+    }
+  }
   // A raw value as UTF-8 text.
   static std::string Unescape(std::string_view raw);
 
