@@ -6,11 +6,9 @@
 // temporary file.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <iostream>
-#include <optional>
 #include <string>
 
 #include "client/ClientRoot.h"
@@ -37,6 +35,7 @@
 #include "tests/faults/FaultVfs.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/MakeStore.h"
+#include "tests/support/ScopedEnv.h"
 #include "tests/support/SqlRows.h"
 #include "tests/support/TempDataRoot.h"
 
@@ -487,14 +486,9 @@ const Save kLegacyImport = {
 // A class registered in a registry file under the root, as an installer or the command
 // registers the component: the runtime's own write, through the same seam as the stores'.
 HRESULT Register(const Root& root, const char* prog_id, uint8_t id) {
-  const char* previous = std::getenv("VAULTKIT_REGISTRY");
-  const std::optional<std::string> saved =
-      previous ? std::optional<std::string>(previous) : std::nullopt;
-  setenv("VAULTKIT_REGISTRY", root.NativeFile("registry").c_str(), 1);
+  ScopedEnv registry("VAULTKIT_REGISTRY", root.NativeFile("registry").c_str());
   const CLSID clsid = {0x7e57c1a5, 0, 0, {0, 0, 0, 0, 0, 0, 0, id}};
-  const HRESULT hr = VkRegisterClass(clsid, prog_id, "/usr/lib/libexample.so");
-  saved ? setenv("VAULTKIT_REGISTRY", saved->c_str(), 1) : unsetenv("VAULTKIT_REGISTRY");
-  return hr;
+  return VkRegisterClass(clsid, prog_id, "/usr/lib/libexample.so");
 }
 
 const Save kRegistry = {

@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,24 +10,13 @@
 #include "platform/Files.h"
 #include "runtime/FileSystem.h"
 #include "tests/support/ErrorDescription.h"
+#include "tests/support/ScopedEnv.h"
 #include "tests/support/TempDataRoot.h"
 #include "vaultkit/vkcom.h"
 
 namespace {
 
-// Sets or clears an environment variable for one scope.
-class ScopedEnv {
- public:
-  ScopedEnv(const char* name, const char* value) : name_(name) {
-    if (const char* old = ::getenv(name)) old_ = old;
-    value ? ::setenv(name, value, 1) : ::unsetenv(name);
-  }
-  ~ScopedEnv() { old_ ? ::setenv(name_, old_->c_str(), 1) : ::unsetenv(name_); }
-
- private:
-  const char* name_;
-  std::optional<std::string> old_;
-};
+using vk::test::ScopedEnv;
 
 size_t EntriesIn(const std::string& folder) {
   std::error_code none;
@@ -119,9 +107,9 @@ TEST(FilesTest, AtomicWriteReplacesWholeAndLeavesNoTemporaryFiles) {
       ASSERT_EQ(::stat(root.NativeFile(name).c_str(), &info), 0);
       EXPECT_EQ(info.st_mode & 0777, mode) << name;
     }
-    for (const char* name : {"new.bin", "copy.bin"}) ::unlink(root.NativeFile(name).c_str());
-    ::rmdir(root.NativeFile("p/q").c_str());
-    ::rmdir(root.NativeFile("p").c_str());
+    for (const char* name : {"new.bin", "copy.bin", "p"}) {
+      std::filesystem::remove_all(root.NativeFile(name));
+    }
   }
 
   // Failures leave the target as it was and nothing beside it.
@@ -166,12 +154,9 @@ TEST(FilesTest, FailedStepsOfASaveKeepTheOldFileAndSayWhy) {
     EXPECT_EQ(EntriesIn(root.NativePath()), 1u);  // no copy, no temporary file
   }
   // A crash stops every later change: the old file stays, whatever the caller does next.
-  struct Crash {
-    static vk::FileSystem::Fault Hook(vk::FileSystem::Call, const std::string&, void*) {
-      return vk::FileSystem::Fault::kCrash;
-    }
-  };
-  vk::FileSystem::SetFaultHook(&Crash::Hook, nullptr);
+  vk::FileSystem::SetFaultHook(
+      [](vk::FileSystem::Call, const std::string&, void*) { return vk::FileSystem::Fault::kCrash; },
+      nullptr);
   EXPECT_FALSE(vk::WriteFileAtomically(root.File(u"f.xml"), "new"));
   EXPECT_FALSE(vk::RemoveFile(root.File(u"f.xml")));
   vk::FileSystem::SetFaultHook(nullptr, nullptr);

@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <thread>
 #include <vector>
@@ -7,6 +6,7 @@
 #include "platform/Localization.h"
 #include "platform/Log.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/ScopedEnv.h"
 #include "tests/support/TempDataRoot.h"
 
 namespace {
@@ -62,9 +62,7 @@ TEST(LogTest, SinksCaptureAndRestore) {
 }
 
 TEST(LogTest, DebugChannelWritesToStderrOnlyWhenEnabled) {
-  const char* old = ::getenv("VAULTKIT_DEBUG");
-  const std::string saved = old != nullptr ? old : "";
-  ::unsetenv("VAULTKIT_DEBUG");
+  vk::test::ScopedEnv quiet("VAULTKIT_DEBUG", nullptr);
   EXPECT_FALSE(vk::DebugOutputListened());
   {
     vk::test::LogCapture capture;
@@ -73,13 +71,12 @@ TEST(LogTest, DebugChannelWritesToStderrOnlyWhenEnabled) {
   ::testing::internal::CaptureStderr();
   OutputDebugStringA("silent\n");
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
-  ::setenv("VAULTKIT_DEBUG", "1", 1);
+  vk::test::ScopedEnv shown("VAULTKIT_DEBUG", "1");
   EXPECT_TRUE(vk::DebugOutputListened());
   ::testing::internal::CaptureStderr();
   OutputDebugStringA("shown\r\n");
   OutputDebugStringW(u"宽\n");
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "shown\r\n宽\n");
-  old != nullptr ? ::setenv("VAULTKIT_DEBUG", saved.c_str(), 1) : ::unsetenv("VAULTKIT_DEBUG");
 }
 
 TEST(LogTest, ConcurrentCallsStayWholeLines) {

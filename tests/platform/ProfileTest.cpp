@@ -17,15 +17,13 @@ using vk::test::Utf16Le;
 
 using namespace std::literals;
 
-std::string Bom() {
-  return "\xFF\xFE";
-}
+const std::string kBom = "\xFF\xFE";
 
 class ProfileTest : public ::testing::Test {
  protected:
   std::u16string Path() const { return root.File(u"opt.cfg"); }
   void WriteFile(std::u16string_view text) const {
-    root.WriteBytes("opt.cfg", Bom() + Utf16Le(text));
+    root.WriteBytes("opt.cfg", kBom + Utf16Le(text));
   }
   std::string FileBytes() const { return root.ReadBytes("opt.cfg").value_or("<missing>"); }
   std::u16string Read(const char16_t* section, const char16_t* key, uint32_t size = 300) const {
@@ -41,7 +39,7 @@ class ProfileTest : public ::testing::Test {
 TEST_F(ProfileTest, NewFileIsUtf16WithMarkAndCrLf) {
   ASSERT_TRUE(WritePrivateProfileStringW(u"Default", u"Name", u"值 v", Path().c_str()));
   ASSERT_TRUE(WritePrivateProfileStringW(u"Default", u"Age", u"7", Path().c_str()));
-  EXPECT_EQ(FileBytes(), Bom() + Utf16Le(u"[Default]\r\nName=值 v\r\nAge=7\r\n"));
+  EXPECT_EQ(FileBytes(), kBom + Utf16Le(u"[Default]\r\nName=值 v\r\nAge=7\r\n"));
   EXPECT_EQ(Read(u"Default", u"Name"), u"值 v");
 }
 
@@ -62,9 +60,9 @@ TEST_F(ProfileTest, MatchesSectionAndKeyWithoutCaseAndLeavesOtherLinesAlone) {
   // The key keeps its spelling, a new key follows the section's last line, a new section
   // goes to the end; every other byte stays, the LF-only lines included.
   EXPECT_EQ(FileBytes(),
-            Bom() + Utf16Le(u"; comment\r\n[Other]\r\nname=other\r\n\r\n[DEFAULT]\r\nNAME=new\r\n"
-                            u"x=1\r\nadded=a\r\n\r\n[Last]\nodd line without equals\ny=2\r\n"
-                            u"z=3\r\n[Fresh]\r\nk=v\r\n"));
+            kBom + Utf16Le(u"; comment\r\n[Other]\r\nname=other\r\n\r\n[DEFAULT]\r\nNAME=new\r\n"
+                           u"x=1\r\nadded=a\r\n\r\n[Last]\nodd line without equals\ny=2\r\n"
+                           u"z=3\r\n[Fresh]\r\nk=v\r\n"));
 
   ASSERT_TRUE(WritePrivateProfileStringW(u"DEFAULT", u"X", nullptr, Path().c_str()));
   EXPECT_EQ(Read(u"Default", u"x"), u"dflt");
@@ -101,7 +99,7 @@ TEST_F(ProfileTest, StructuresCarryUpperCaseHexAndChecksum) {
   const unsigned char data[] = {0x01, 0xAB, 0xFF, 0x00, 0x7E};
   ASSERT_TRUE(WritePrivateProfileStructW(u"S", u"blob", data, sizeof data, Path().c_str()));
   // Checksum: (0x01 + 0xAB + 0xFF + 0x00 + 0x7E) & 0xFF = 0x29.
-  EXPECT_EQ(FileBytes(), Bom() + Utf16Le(u"[S]\r\nblob=01ABFF007E29\r\n"));
+  EXPECT_EQ(FileBytes(), kBom + Utf16Le(u"[S]\r\nblob=01ABFF007E29\r\n"));
 
   unsigned char back[5] = {};
   ASSERT_TRUE(GetPrivateProfileStructW(u"S", u"blob", back, sizeof back, Path().c_str()));
@@ -120,11 +118,11 @@ TEST_F(ProfileTest, StructuresCarryUpperCaseHexAndChecksum) {
 }
 
 TEST_F(ProfileTest, MarkOnlyMissingAndDamagedFiles) {
-  root.WriteBytes("opt.cfg", Bom());
+  root.WriteBytes("opt.cfg", kBom);
   EXPECT_EQ(Read(u"S", u"k"), u"dflt");
-  EXPECT_EQ(FileBytes(), Bom());  // reading never rewrites
+  EXPECT_EQ(FileBytes(), kBom);  // reading never rewrites
   ASSERT_TRUE(WritePrivateProfileStringW(u"S", u"k", u"v", Path().c_str()));
-  EXPECT_EQ(FileBytes(), Bom() + Utf16Le(u"[S]\r\nk=v\r\n"));
+  EXPECT_EQ(FileBytes(), kBom + Utf16Le(u"[S]\r\nk=v\r\n"));
 
   std::u16string missing = root.File(u"none.cfg");
   EXPECT_EQ(GetPrivateProfileIntW(u"S", u"k", 3, missing.c_str()), 3u);
@@ -133,7 +131,7 @@ TEST_F(ProfileTest, MarkOnlyMissingAndDamagedFiles) {
   EXPECT_FALSE(WritePrivateProfileStringW(u"S", u"k", u"v", u""));
 
   // Odd length, stray NULs and unpaired surrogates: readable, and kept on rewrite.
-  const std::string damaged = Bom() + Utf16Le(u"[S]\r\nk=\xD800v\0w\r\n"sv) + "\x41";
+  const std::string damaged = kBom + Utf16Le(u"[S]\r\nk=\xD800v\0w\r\n"sv) + "\x41";
   root.WriteBytes("opt.cfg", damaged);
   EXPECT_EQ(Read(u"S", u"k"), u"\xD800v\0w"sv);
   ASSERT_TRUE(WritePrivateProfileStringW(u"S", u"n", u"1", Path().c_str()));

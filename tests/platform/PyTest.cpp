@@ -3,52 +3,49 @@
 #include <string>
 
 #include "platform/Py.h"
+#include "platform/Text.h"
 
 namespace {
 
-std::u16string Spell(const std::u16string& name, unsigned flag = CPy::kFullSpell) {
-  return CPy().MakeSpellCode(name, flag);
-}
-
-TEST(PyTest, HanNamesBecomeTonelessLowerCasePinyinWithoutSeparators) {
-  EXPECT_EQ(Spell(u"张三"), u"zhangsan");
-  EXPECT_EQ(Spell(u"王小明"), u"wangxiaoming");
-  EXPECT_EQ(Spell(u"李"), u"li");
-  // u with diaeresis is typed "v"; a reading without a vowel mark keeps its letters.
-  EXPECT_EQ(Spell(u"吕"), u"lv");
-  EXPECT_EQ(Spell(u"女"), u"nv");
-  EXPECT_EQ(Spell(u"欧阳"), u"ouyang");
-}
-
-TEST(PyTest, OtherCharactersAreKeptAndLatinIsLowerCased) {
-  EXPECT_EQ(Spell(u"John Smith"), u"john smith");
-  EXPECT_EQ(Spell(u"ALICE"), u"alice");
-  EXPECT_EQ(Spell(u"张Wei 3号"), u"zhangwei 3hao");
-  EXPECT_EQ(Spell(u"(张)"), u"(zhang)");
-  EXPECT_EQ(Spell(u"Ünal"), u"ünal");
-  EXPECT_EQ(Spell(u""), u"");
-  // Kana and Hangul have no Mandarin reading and stay as they are.
-  EXPECT_EQ(Spell(u"さくら"), u"さくら");
-  EXPECT_EQ(Spell(u"김"), u"김");
-}
-
-TEST(PyTest, SupplementaryCharactersAndLoneSurrogates) {
-  // U+20000 (an extension-B character with a Mandarin reading) as a surrogate pair.
-  const std::u16string ext_b = u"\U00020000";
-  EXPECT_EQ(Spell(ext_b), u"he");
-  EXPECT_EQ(std::string(vk::PinyinSyllable(0x20000)), "he");
-  // A supplementary character without a reading is kept whole.
-  EXPECT_EQ(Spell(u"a\U0001F600b"), u"a\U0001F600b");
-  // Lone surrogates are not paired with their neighbours and are kept.
-  std::u16string lone = u"x";
-  lone.push_back(char16_t(0xD800));
-  lone += u"张";
-  lone.push_back(char16_t(0xDC00));
-  std::u16string expected = u"x";
-  expected.push_back(char16_t(0xD800));
-  expected += u"zhang";
-  expected.push_back(char16_t(0xDC00));
-  EXPECT_EQ(Spell(lone), expected);
+TEST(PyTest, SpellCodes) {
+  const struct {
+    std::u16string name;
+    unsigned flag;
+    std::u16string spelled;
+  } cases[] = {
+      // Han names become toneless lower-case pinyin without separators.
+      {u"张三", CPy::kFullSpell, u"zhangsan"},
+      {u"王小明", CPy::kFullSpell, u"wangxiaoming"},
+      {u"李", CPy::kFullSpell, u"li"},
+      // u with diaeresis is typed "v"; a reading without a vowel mark keeps its letters.
+      {u"吕", CPy::kFullSpell, u"lv"},
+      {u"女", CPy::kFullSpell, u"nv"},
+      {u"欧阳", CPy::kFullSpell, u"ouyang"},
+      // Other characters are kept and Latin is lower-cased.
+      {u"John Smith", CPy::kFullSpell, u"john smith"},
+      {u"ALICE", CPy::kFullSpell, u"alice"},
+      {u"张Wei 3号", CPy::kFullSpell, u"zhangwei 3hao"},
+      {u"(张)", CPy::kFullSpell, u"(zhang)"},
+      {u"Ünal", CPy::kFullSpell, u"ünal"},
+      {u"", CPy::kFullSpell, u""},
+      // Kana and Hangul have no Mandarin reading and stay as they are.
+      {u"さくら", CPy::kFullSpell, u"さくら"},
+      {u"김", CPy::kFullSpell, u"김"},
+      // U+20000 (an extension-B character with a Mandarin reading) as a surrogate pair.
+      {u"\U00020000", CPy::kFullSpell, u"he"},
+      // A supplementary character without a reading is kept whole.
+      {u"a\U0001F600b", CPy::kFullSpell, u"a\U0001F600b"},
+      // Lone surrogates are not paired with their neighbours and are kept.
+      {u"x\xD800张\xDC00", CPy::kFullSpell, u"x\xD800zhang\xDC00"},
+      // Other flags give initials.
+      {u"张三", 0, u"zs"},
+      {u"王小明", 1, u"wxm"},
+      {u"Bob王", 0, u"bobw"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(vk::ToUtf8(c.name) + " flag " + std::to_string(c.flag));
+    EXPECT_EQ(CPy().MakeSpellCode(c.name, c.flag), c.spelled);
+  }
 }
 
 TEST(PyTest, TableLookupBoundaries) {
@@ -58,13 +55,8 @@ TEST(PyTest, TableLookupBoundaries) {
   EXPECT_EQ(vk::PinyinSyllable(0x3402), nullptr);             // a gap inside the block
   EXPECT_EQ(vk::PinyinSyllable(0x10FFFF), nullptr);
   EXPECT_EQ(vk::PinyinSyllable(0x7FFFFFFF), nullptr);
-  EXPECT_EQ(std::string(vk::PinyinSyllable(0x4E00)), "yi");  // 一
-}
-
-TEST(PyTest, OtherFlagsGiveInitials) {
-  EXPECT_EQ(Spell(u"张三", 0), u"zs");
-  EXPECT_EQ(Spell(u"王小明", 1), u"wxm");
-  EXPECT_EQ(Spell(u"Bob王", 0), u"bobw");
+  EXPECT_EQ(std::string(vk::PinyinSyllable(0x4E00)), "yi");   // 一
+  EXPECT_EQ(std::string(vk::PinyinSyllable(0x20000)), "he");  // beyond the BMP
 }
 
 }  // namespace

@@ -16,9 +16,6 @@ namespace fs = std::filesystem;
 class DomDocumentTest : public testing::Test {
  protected:
   std::u16string PathOf(const std::string& name) const { return root_.File(FromUtf8(name)); }
-  void WriteBytes(const std::string& name, const std::string& bytes) const {
-    root_.WriteBytes(name, bytes);
-  }
 
   test::TempDataRoot root_;
 };
@@ -42,7 +39,7 @@ TEST_F(DomDocumentTest, Gb2312FileRoundTripsByteForByte) {
                              u"<?WEZ 用户详细资料 ?>\n<UserGrid ProVer=\"3\">"
                              u"<User Grid=\"5\" Nick=\"张三\"/><Dept>研发部</Dept>"
                              u"<Dept>部門</Dept></UserGrid>\n");
-  WriteBytes("in.xml", original);
+  root_.WriteBytes("in.xml", original);
   DomDocument doc;
   ASSERT_TRUE(doc.Load(PathOf("in.xml"))) << ToUtf8(doc.ParseError());
   DomNode user = doc.SelectSingleNode(u"/UserGrid/User");
@@ -190,9 +187,9 @@ TEST_F(DomDocumentTest, NodeValuesFollowTheW3CRules) {
 }
 
 TEST_F(DomDocumentTest, WhitespaceOnlyTextIsDroppedOnLoad) {
-  WriteBytes("ws.xml",
-             "<?xml version=\"1.0\"?>\n<R>\n  <A/>\n  <B> x </B>\r\n\t<C>  </C>\n"
-             "  <P xml:space=\"preserve\"> <Q/></P>\n</R>\n");
+  root_.WriteBytes("ws.xml",
+                   "<?xml version=\"1.0\"?>\n<R>\n  <A/>\n  <B> x </B>\r\n\t<C>  </C>\n"
+                   "  <P xml:space=\"preserve\"> <Q/></P>\n</R>\n");
   DomDocument doc;
   ASSERT_TRUE(doc.Load(PathOf("ws.xml")));
   DomNode root = doc.DocumentElement();
@@ -205,12 +202,12 @@ TEST_F(DomDocumentTest, WhitespaceOnlyTextIsDroppedOnLoad) {
 }
 
 TEST_F(DomDocumentTest, BrokenFilesFailToLoadQuietly) {
-  WriteBytes("empty.xml", "");
-  WriteBytes("truncated.xml",
-             "<?xml version=\"1.0\" encoding=\"gb2312\"?>\n<Leader ProVer=\"0\"><De");
-  WriteBytes("binary.xml", std::string("\x00\x01\x02\xff\xfe garbage", 14));
-  WriteBytes("text.xml", "just some words");
-  WriteBytes("encoding.xml", "<?xml version=\"1.0\" encoding=\"no-such-charset\"?><R/>");
+  root_.WriteBytes("empty.xml", "");
+  root_.WriteBytes("truncated.xml",
+                   "<?xml version=\"1.0\" encoding=\"gb2312\"?>\n<Leader ProVer=\"0\"><De");
+  root_.WriteBytes("binary.xml", std::string("\x00\x01\x02\xff\xfe garbage", 14));
+  root_.WriteBytes("text.xml", "just some words");
+  root_.WriteBytes("encoding.xml", "<?xml version=\"1.0\" encoding=\"no-such-charset\"?><R/>");
   testing::internal::CaptureStderr();
   for (const char* name :
        {"empty.xml", "truncated.xml", "binary.xml", "text.xml", "encoding.xml", "missing.xml"}) {
@@ -227,8 +224,8 @@ TEST_F(DomDocumentTest, BrokenFilesFailToLoadQuietly) {
 }
 
 TEST_F(DomDocumentTest, DocumentsDeclaringEntitiesAreRefusedAndNothingIsFetched) {
-  WriteBytes("secret.txt", "top secret");
-  WriteBytes("ext.dtd", "<!ENTITY e \"top secret\">");
+  root_.WriteBytes("secret.txt", "top secret");
+  root_.WriteBytes("ext.dtd", "<!ENTITY e \"top secret\">");
   const std::string file = "file://" + root_.NativeFile("");
   std::string quadratic = "<!DOCTYPE R [<!ENTITY e \"" + std::string(1000, 'x') + "\">]><R a=\"";
   for (int i = 0; i < 1000; ++i) quadratic += "&e;";
@@ -251,7 +248,7 @@ TEST_F(DomDocumentTest, DocumentsDeclaringEntitiesAreRefusedAndNothingIsFetched)
   };
   for (const auto& c : cases) {
     const std::string text = "<?xml version=\"1.0\" encoding=\"gb2312\"?>" + c.text;
-    WriteBytes("doc.xml", text);
+    root_.WriteBytes("doc.xml", text);
     DomDocument from_file, from_string, from_bytes;
     EXPECT_EQ(from_file.Load(PathOf("doc.xml")), c.loads) << c.text.substr(0, 80);
     EXPECT_EQ(from_string.LoadXml(FromUtf8(text)), c.loads) << c.text.substr(0, 80);
@@ -354,7 +351,7 @@ TEST_F(DomDocumentTest, StreamedRecordRemovalWritesWhatTheTreeWrites) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.xml.substr(0, 80));
-    WriteBytes("list.xml", c.xml);
+    root_.WriteBytes("list.xml", c.xml);
     int removed = 0;
     const std::string expected = tree(c.xml, c.id, removed);
     XmlRecordFilter filter("GBK", "Index", "Rec", "Id");

@@ -5,11 +5,10 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
-#include <vector>
 
-#include "platform/Log.h"
 #include "storage/SqlCall.h"
 #include "storage/SqlStore.h"
+#include "tests/support/LogCapture.h"
 #include "tests/support/SqlRows.h"
 #include "tests/support/TempDataRoot.h"
 
@@ -70,9 +69,7 @@ TEST_F(SqlStoreTest, OpeningCreatesTheSchemaAndReopeningKeepsTheData) {
     EXPECT_EQ(fs::status(fs::path(path_)).permissions(),
               fs::perms::owner_read | fs::perms::owner_write)
         << "created private whatever the umask";
-    EXPECT_NE(store.Statement(kInsert), nullptr);
-    EXPECT_NE(store.Statement(kSelectById), nullptr);
-    EXPECT_NE(store.Statement(kSelectAll), nullptr);
+    for (int i : {kInsert, kSelectById, kSelectAll}) EXPECT_NE(store.Statement(i), nullptr) << i;
     // A statement that does not prepare stays null without disturbing the others.
     EXPECT_EQ(store.Statement(kBroken), nullptr);
     EXPECT_EQ(Insert(store, 1, u"one", 10), SQLITE_DONE);
@@ -82,11 +79,9 @@ TEST_F(SqlStoreTest, OpeningCreatesTheSchemaAndReopeningKeepsTheData) {
     EXPECT_EQ(store.Connection(), before);
   }
   EXPECT_EQ(Query("SELECT name FROM sqlite_master ORDER BY name"), "index_item_label;item;");
-  vk::SqlStore again(TestSchema());
-  again.SetPath(path_);
-  again.OpenDb();
-  ASSERT_TRUE(again.IsOpen());
-  again.CloseDb();
+  auto again = Opened();
+  ASSERT_TRUE(again->IsOpen());
+  again->CloseDb();
   EXPECT_EQ(Query("SELECT id || ':' || label || ':' || weight FROM item"), "1:one:10;");
 }
 
@@ -167,15 +162,13 @@ TEST_F(SqlStoreTest, BindingRules) {
     EXPECT_EQ(read.ColumnInt(1), 42);
   }
   // On a fresh statement a parameter never bound reads as null.
-  vk::SqlStore fresh(TestSchema());
-  fresh.SetPath(path_);
-  fresh.OpenDb();
+  auto fresh = Opened();
   {
-    vk::SqlCall call(fresh.Statement(kInsert));
+    vk::SqlCall call(fresh->Statement(kInsert));
     call.BindInt64(1, 5).BindInt(3, 1);
     EXPECT_EQ(call.Step(), SQLITE_DONE);
   }
-  vk::SqlCall read(fresh.Statement(kSelectById));
+  vk::SqlCall read(fresh->Statement(kSelectById));
   read.BindInt64(1, 5);
   ASSERT_EQ(read.Step(), SQLITE_ROW);
   EXPECT_EQ(read.ColumnText(0), nullptr);
@@ -200,13 +193,11 @@ TEST_F(SqlStoreTest, TablesAndIndexesCanBeCreatedApartInTheCallersTransaction) {
   store.CreateTables(db);
   ASSERT_EQ(vk::SqlStore::Exec(db, "INSERT INTO item VALUES (1, 'a', 2)"), SQLITE_OK);
   std::string before;
-  sqlite3_stmt* st = nullptr;
-  ASSERT_EQ(
-      sqlite3_prepare_v2(db, "SELECT group_concat(name) FROM sqlite_master", -1, &st, nullptr),
-      SQLITE_OK);
-  if (sqlite3_step(st) == SQLITE_ROW)
-    before = reinterpret_cast<const char*>(sqlite3_column_text(st, 0));
-  sqlite3_finalize(st);
+  auto keep = [](void* out, int, char** values, char**) {
+    *static_cast<std::string*>(out) = values[0] != nullptr ? values[0] : "NULL";
+    return 0;
+  };
+  sqlite3_exec(db, "SELECT group_concat(name) FROM sqlite_master", keep, &before, nullptr);
   EXPECT_EQ(before, "item");  // no index yet
   store.CreateIndexes(db);
   ASSERT_EQ(vk::SqlStore::Exec(db, "COMMIT"), SQLITE_OK);  // both ran inside the transaction
@@ -216,20 +207,17 @@ TEST_F(SqlStoreTest, TablesAndIndexesCanBeCreatedApartInTheCallersTransaction) {
 }
 
 TEST_F(SqlStoreTest, FailedBeginIsReportedOnlyWhenTheStoreAsksForIt) {
-  std::vector<std::string> lines;
-  vk::DebugSink previous =
-      vk::SetDebugSink([&](const std::string& line) { lines.push_back(line); });
+  vk::test::LogCapture log;
   vk::SqlSchema quiet = TestSchema();
   quiet.begin = "BEGIN NONSENSE";
   Opened(quiet)->CloseDb();
-  EXPECT_TRUE(lines.empty());
+  EXPECT_TRUE(log.DebugLines().empty());
 
   vk::SqlSchema loud = quiet;
   loud.report_begin_error = true;
   auto store = Opened(loud);
-  vk::SetDebugSink(previous);
-  ASSERT_EQ(lines.size(), 1u);
-  EXPECT_NE(lines[0].find("syntax error"), std::string::npos);
+  ASSERT_EQ(log.DebugLines().size(), 1u);
+  EXPECT_TRUE(log.HasDebugLineContaining("syntax error"));
   // The script still ran statement by statement without the transaction.
   EXPECT_NE(store->Statement(kInsert), nullptr);
 }
