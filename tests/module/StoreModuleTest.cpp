@@ -29,7 +29,7 @@ bool Held(IWEZStore* s, HRESULT (IWEZStore::*get)(Store**, Kind...), Kind... kin
   return store != nullptr;
 }
 
-TEST_F(ModuleTest, LoadOnAFreshRootCreatesTheFoldersAndEveryStore) {
+TEST_F(ModuleTest, LoadCreatesTheFoldersAndEveryStoreAndConnectsOnceUntilUnload) {
   EXPECT_EQ(Load(), S_OK);
   EXPECT_EQ(Assertions(), 0u);
   EXPECT_EQ(*data.ReadBytes("Accounts/wez.cfg"), kOptionFileBytes);
@@ -53,6 +53,17 @@ TEST_F(ModuleTest, LoadOnAFreshRootCreatesTheFoldersAndEveryStore) {
   ASSERT_NE(global, nullptr);
   EXPECT_EQ(global->SetInt(u"k", 5), S_OK);
   global->Release();
+
+  // Loading again connects no second sink; unloading disconnects, and the presence handler
+  // no longer runs.
+  Load();
+  EXPECT_EQ(root->Events().SinkCount(), 1u);
+  EXPECT_EQ(module->OnUnload(), S_OK);
+  EXPECT_EQ(root->Events().SinkCount(), 0u);
+  EXPECT_FALSE(module->SinkConnected());
+  module->NotifyOrgStructStatus(1);
+  root->FireMyPresenceChange(0, 0);
+  EXPECT_EQ(module->OrgStructReady(), 1);
 }
 
 TEST_F(ModuleTest, ExistingOptionFilesAreNeverRewritten) {
@@ -342,19 +353,6 @@ TEST_F(ModuleTest, ReadinessFlagsLogTheirTextsAndThePresenceEventClearsThem) {
   EXPECT_EQ(module->UserListReady(), 0);
 }
 
-TEST_F(ModuleTest, LoadingTwiceConnectsOnceAndUnloadDisconnects) {
-  Load();
-  Load();
-  EXPECT_EQ(root->Events().SinkCount(), 1u);
-  EXPECT_EQ(module->OnUnload(), S_OK);
-  EXPECT_EQ(root->Events().SinkCount(), 0u);
-  EXPECT_FALSE(module->SinkConnected());
-  // After unload the presence handler no longer runs.
-  module->NotifyOrgStructStatus(1);
-  root->FireMyPresenceChange(0, 0);
-  EXPECT_EQ(module->OrgStructReady(), 1);
-}
-
 TEST_F(ModuleTest, FlushTimerClosesTheStoresEverySixtySecondsOfLoopTime) {
   // The client installs its clock after the module armed the flush on the system clock.
   FakeClock clock;
@@ -373,6 +371,10 @@ TEST_F(ModuleTest, FlushTimerClosesTheStoresEverySixtySecondsOfLoopTime) {
   clock.Advance(1000);
   VkPumpMessages();
   EXPECT_NE(on_disk().find("Grid=\"42\""), std::string::npos) << "not flushed at 60 s";
+  ASSERT_EQ(grid->SetGrid(u"zhangsan", 43), S_OK);
+  clock.Advance(60000);
+  VkPumpMessages();
+  EXPECT_NE(on_disk().find("Grid=\"43\""), std::string::npos) << "not flushed again at 120 s";
 }
 
 TEST_F(ModuleTest, CompanyGroupStoreTakesMembersFromTheUserListOfALiveModule) {
