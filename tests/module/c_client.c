@@ -114,8 +114,6 @@ static int run(const char* component) {
   DISPPARAMS params = {(VARIANTARG*)args, NULL, 5, 0};
   check(VkFireRootEvent(root, DISPID_OnMsgCountChange, &params) == S_OK,
         "OnMsgCountChange's five arguments are read at the platform's stride");
-  args[0].vt = VT_I4;
-  args[0].u.lVal = 0;
   params.rgvarg = (VARIANTARG*)&args[3];
   args[3].vt = VT_I4;
   args[3].u.lVal = 0;
