@@ -8,20 +8,17 @@
 
 size_t VkTestRecordLayoutsInC(VkTestLayout* out, size_t capacity) {
   size_t n = 0;
-#define VK_RECORD(type)               \
-  if (n < capacity) {                 \
-    out[n].value[0] = sizeof(type);   \
-    out[n].value[1] = _Alignof(type); \
-  }                                   \
+#define VK_PUT(a, b)       \
+  if (n < capacity) {      \
+    out[n].value[0] = (a); \
+    out[n].value[1] = (b); \
+  }                        \
   ++n;
-#define VK_FIELD(type, field)                    \
-  if (n < capacity) {                            \
-    out[n].value[0] = offsetof(type, field);     \
-    out[n].value[1] = sizeof(((type*)0)->field); \
-  }                                              \
-  ++n;
+#define VK_RECORD(type) VK_PUT(sizeof(type), _Alignof(type))
+#define VK_FIELD(type, field) VK_PUT(offsetof(type, field), sizeof(((type*)0)->field))
   VK_TEST_RECORDS(VK_RECORD)
   VK_TEST_RECORD_FIELDS(VK_FIELD)
+#undef VK_PUT
 #undef VK_RECORD
 #undef VK_FIELD
   return n;

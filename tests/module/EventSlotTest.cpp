@@ -11,15 +11,13 @@ namespace vk {
 namespace {
 
 struct Receiver {
-  explicit Receiver(std::vector<std::string>* log, std::string name)
-      : log_(log), name_(std::move(name)) {}
-  LivenessMarker& Marker() { return marker_; }
-  void OnValue(LONG v) { log_->push_back(name_ + ":" + std::to_string(v)); }
-  void OnOther(LONG v) { log_->push_back(name_ + " other:" + std::to_string(v)); }
-
-  LivenessMarker marker_;
-  std::vector<std::string>* log_;
-  std::string name_;
+  Receiver(std::vector<std::string>* l, std::string n) : log(l), name(std::move(n)) {}
+  std::vector<std::string>* log;
+  std::string name;
+  LivenessMarker marker;
+  LivenessMarker& Marker() { return marker; }
+  void OnValue(LONG v) { log->push_back(name + ":" + std::to_string(v)); }
+  void OnOther(LONG v) { log->push_back(name + " other:" + std::to_string(v)); }
 };
 
 class TraceCapture {
@@ -36,7 +34,7 @@ class TraceCapture {
 
 TEST(EventSlot, CallsNewestSubscriberFirstAndRefusesNullReceivers) {
   std::vector<std::string> log;
-  Receiver a(&log, "a"), b(&log, "b");
+  Receiver a{&log, "a"}, b{&log, "b"};
   EventSlot<LONG> slot;
   EXPECT_FALSE(slot.Subscribe<Receiver>(nullptr, &Receiver::OnValue));
   EXPECT_TRUE(slot.Subscribe(&a, &Receiver::OnValue));
@@ -49,7 +47,7 @@ TEST(EventSlot, CallsNewestSubscriberFirstAndRefusesNullReceivers) {
 TEST(EventSlot, DeadReceiversAreSkippedAndTheirDelegatesRemoved) {
   TraceCapture trace;
   std::vector<std::string> log;
-  Receiver live(&log, "live"), cleared(&log, "cleared");
+  Receiver live{&log, "live"}, cleared{&log, "cleared"};
   auto dying = std::make_unique<Receiver>(&log, "dying");
   EventSlot<LONG> slot;
   slot.Subscribe(&live, &Receiver::OnValue);
@@ -66,7 +64,7 @@ TEST(EventSlot, DeadReceiversAreSkippedAndTheirDelegatesRemoved) {
 
   // A receiver alive but with its marker cleared counts as dead too.
   slot.Subscribe(&cleared, &Receiver::OnValue);
-  cleared.Marker().Clear();
+  cleared.marker.Clear();
   log.clear();
   slot.Fire(3);
   EXPECT_EQ(log, (std::vector<std::string>{"live other:3", "live:3"}));
@@ -75,7 +73,7 @@ TEST(EventSlot, DeadReceiversAreSkippedAndTheirDelegatesRemoved) {
 
 TEST(EventSlot, UnsubscribeKeepsItsAsymmetricAnswers) {
   std::vector<std::string> log;
-  Receiver a(&log, "a"), b(&log, "b");
+  Receiver a{&log, "a"}, b{&log, "b"};
   EventSlot<LONG> slot;
   slot.Subscribe(&a, &Receiver::OnValue);
   slot.Subscribe(&a, &Receiver::OnOther);

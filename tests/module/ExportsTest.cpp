@@ -2,11 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <set>
 #include <string>
 
-#include "tests/support/TempDataRoot.h"
+#include "tests/runtime/RegistryFixture.h"
 #include "vaultkit/vaultkit.h"
 
 namespace {
@@ -30,9 +29,11 @@ TEST(Exports, LibraryExportsExactlyTheThreeEntryPoints) {
             (std::set<std::string>{"DllCanUnloadNow", "DllGetClassObject", "DllRegisterServer"}));
 }
 
-class LoadedLibrary : public ::testing::Test {
+// The library as a client loads it, with a registry of the test's own.
+class LoadedLibrary : public RegistryFixture {
  protected:
   void SetUp() override {
+    RegistryFixture::SetUp();
     library_ = dlopen(VK_COMPONENT_PATH, RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(library_, nullptr) << dlerror();
     get_class_ = reinterpret_cast<PFN_DllGetClassObject>(dlsym(library_, "DllGetClassObject"));
@@ -72,11 +73,6 @@ TEST_F(LoadedLibrary, EntryPointsCreateFreshObjectsAndTrackLiveOnes) {
 }
 
 TEST_F(LoadedLibrary, RegistrationMapsEveryProgIdAndReportsSuccessEvenWhenItCannotWrite) {
-  vk::test::TempDataRoot scratch;
-  std::string registry = scratch.NativeFile("registry");
-  const char* previous = std::getenv("VAULTKIT_REGISTRY");
-  std::string saved = previous != nullptr ? previous : "";
-  setenv("VAULTKIT_REGISTRY", registry.c_str(), 1);
   EXPECT_EQ(register_(), S_OK);
   CLSID clsid;
   EXPECT_EQ(CLSIDFromProgID(u"Vaultkit.StoreModule", &clsid), S_OK);
@@ -98,11 +94,6 @@ TEST_F(LoadedLibrary, RegistrationMapsEveryProgIdAndReportsSuccessEvenWhenItCann
 
   setenv("VAULTKIT_REGISTRY", "/proc/no-such-folder/registry", 1);
   EXPECT_EQ(register_(), S_OK);
-  if (previous != nullptr) {
-    setenv("VAULTKIT_REGISTRY", saved.c_str(), 1);
-  } else {
-    unsetenv("VAULTKIT_REGISTRY");
-  }
 }
 
 }  // namespace

@@ -23,6 +23,14 @@ class ModuleTest : public ::testing::Test {
     root->Release();
   }
 
+  HRESULT Load() { return module->OnLoad(static_cast<IModuleSite*>(site)); }
+  // Loads the module and changes to the account, as the client does at login.
+  HRESULT LoadAs(const char16_t* account) {
+    Load();
+    root->SetAccount(account);
+    return module->OnAccountChange();
+  }
+
   size_t Assertions() const {
     size_t n = 0;
     for (const auto& r : log.Records()) {

@@ -58,20 +58,15 @@ TEST(RootEventSink, ForwardsAllSevenEventsFromTheRootsConnectionPoint) {
   EXPECT_EQ(cancel, VARIANT_TRUE);
 
   // Dispatch id 5 is not an event; wrong argument counts and types are refused.
-  EXPECT_EQ(sink->Invoke(5, IID_NULL, 0, DISPATCH_METHOD, nullptr, nullptr, nullptr, nullptr),
-            DISP_E_MEMBERNOTFOUND);
-  VARIANT text;
-  VariantInit(&text);
+  VARIANT text = {};
   text.vt = VT_BSTR;
-  text.u.bstrVal = SysAllocString(u"x");
   DISPPARAMS one{&text, nullptr, 1, 0};
-  EXPECT_EQ(sink->Invoke(DISPID_OnLoginResult, IID_NULL, 0, DISPATCH_METHOD, &one, nullptr, nullptr,
-                         nullptr),
-            DISP_E_TYPEMISMATCH);
-  EXPECT_EQ(sink->Invoke(DISPID_OnMyPresenceChange, IID_NULL, 0, DISPATCH_METHOD, &one, nullptr,
-                         nullptr, nullptr),
-            DISP_E_BADPARAMCOUNT);
-  VariantClear(&text);
+  auto invoke = [&](DISPID id, DISPPARAMS* params) {
+    return sink->Invoke(id, IID_NULL, 0, DISPATCH_METHOD, params, nullptr, nullptr, nullptr);
+  };
+  EXPECT_EQ(invoke(5, nullptr), DISP_E_MEMBERNOTFOUND);
+  EXPECT_EQ(invoke(DISPID_OnLoginResult, &one), DISP_E_TYPEMISMATCH);
+  EXPECT_EQ(invoke(DISPID_OnMyPresenceChange, &one), DISP_E_BADPARAMCOUNT);
 
   EXPECT_TRUE(sink->Disconnect());
   EXPECT_EQ(root->Events().SinkCount(), 0u);

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <string>
+#include <vector>
 
 #include "vaultkit/vkcom.h"
 
@@ -12,45 +14,37 @@ uint32_t StoredPrefix(BSTR text) {
   return length;
 }
 
-TEST(Bstr, LengthsArePrefixedAndTextIsTerminated) {
-  BSTR text = SysAllocString(u"abc");
-  ASSERT_NE(text, nullptr);
-  EXPECT_EQ(SysStringLen(text), 3u);
-  EXPECT_EQ(SysStringByteLen(text), 6u);
-  EXPECT_EQ(StoredPrefix(text), 6u);
-  EXPECT_EQ(std::u16string(text), u"abc");
-  SysFreeString(text);
-
-  BSTR empty = SysAllocString(u"");
-  ASSERT_NE(empty, nullptr);
-  EXPECT_EQ(SysStringLen(empty), 0u);
-  EXPECT_EQ(empty[0], u'\0');
-  SysFreeString(empty);
-
-  // An odd byte length keeps its bytes and is still followed by a wide NUL.
-  BSTR bytes = SysAllocStringByteLen("xyz", 3);
-  ASSERT_NE(bytes, nullptr);
-  EXPECT_EQ(SysStringByteLen(bytes), 3u);
-  EXPECT_EQ(SysStringLen(bytes), 1u);
-  EXPECT_EQ(std::memcmp(bytes, "xyz\0\0", 5), 0);
-  SysFreeString(bytes);
+// The bytes of a wide text and its terminating wide NUL.
+std::string Wide(const std::u16string& text) {
+  return std::string(reinterpret_cast<const char*>(text.c_str()), 2 * (text.size() + 1));
 }
 
-TEST(Bstr, EmbeddedNulsCountTowardsTheLength) {
-  const char16_t source[] = {u'a', 0, u'b', 0, u'c'};
-  BSTR text = SysAllocStringLen(source, 5);
-  ASSERT_NE(text, nullptr);
-  EXPECT_EQ(SysStringLen(text), 5u);
-  EXPECT_EQ(std::u16string(text, 5), std::u16string(source, 5));
-  EXPECT_EQ(text[5], u'\0');
-  SysFreeString(text);
-
-  // No source gives a zero-filled string of the asked length.
-  BSTR blank = SysAllocStringLen(nullptr, 4);
-  ASSERT_NE(blank, nullptr);
-  EXPECT_EQ(SysStringLen(blank), 4u);
-  for (int i = 0; i <= 4; ++i) EXPECT_EQ(blank[i], u'\0');
-  SysFreeString(blank);
+// Each way of making a string: the length prefix counts bytes, embedded NULs count, an odd
+// byte length keeps its bytes, no source gives zeros, and a wide NUL always follows.
+TEST(Bstr, LengthsArePrefixedAndTextIsTerminated) {
+  const char16_t embedded[] = {u'a', 0, u'b', 0, u'c'};
+  struct Case {
+    const char* name;
+    BSTR text;
+    UINT length, bytes;
+    std::string stored;  // the text's bytes and what follows them
+  };
+  const std::vector<Case> cases = {
+      {"text", SysAllocString(u"abc"), 3, 6, Wide(u"abc")},
+      {"empty", SysAllocString(u""), 0, 0, Wide(u"")},
+      {"odd bytes", SysAllocStringByteLen("xyz", 3), 1, 3, std::string("xyz\0\0", 5)},
+      {"embedded NULs", SysAllocStringLen(embedded, 5), 5, 10, Wide(std::u16string(embedded, 5))},
+      {"no source", SysAllocStringLen(nullptr, 4), 4, 8, std::string(10, '\0')},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    ASSERT_NE(c.text, nullptr);
+    EXPECT_EQ(SysStringLen(c.text), c.length);
+    EXPECT_EQ(SysStringByteLen(c.text), c.bytes);
+    EXPECT_EQ(StoredPrefix(c.text), c.bytes);
+    EXPECT_EQ(std::memcmp(c.text, c.stored.data(), c.stored.size()), 0);
+    SysFreeString(c.text);
+  }
 }
 
 TEST(Bstr, NullStringsAreEmpty) {

@@ -27,6 +27,10 @@ class CreationTest : public RegistryFixture {
     return live;
   }
 
+  static HRESULT Create(REFCLSID clsid, REFIID riid, void* object, IUnknown* outer = nullptr) {
+    return CoCreateInstance(clsid, outer, CLSCTX_INPROC_SERVER, riid, static_cast<void**>(object));
+  }
+
   static LONG Next(ITestCounter* counter) {
     LONG value = 0;
     EXPECT_EQ(counter->Next(&value), S_OK);
@@ -36,18 +40,14 @@ class CreationTest : public RegistryFixture {
 
 TEST_F(CreationTest, CreatesByClassIdAndByProgId) {
   ITestCounter* first = nullptr;
-  ASSERT_EQ(CoCreateInstance(CLSID_TestCounter, nullptr, CLSCTX_INPROC_SERVER, IID_ITestCounter,
-                             reinterpret_cast<void**>(&first)),
-            S_OK);
+  ASSERT_EQ(Create(CLSID_TestCounter, IID_ITestCounter, &first), S_OK);
   ASSERT_NE(first, nullptr);
   EXPECT_EQ(LiveObjects(), 1);  // the factory is gone, only the object remains
 
   CLSID clsid{};
   ASSERT_EQ(CLSIDFromProgID(u"Vaultkit.TestCounter", &clsid), S_OK);
   IUnknown* unknown = nullptr;
-  ASSERT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown,
-                             reinterpret_cast<void**>(&unknown)),
-            S_OK);
+  ASSERT_EQ(Create(clsid, IID_IUnknown, &unknown), S_OK);
   ITestCounter* second = nullptr;
   ASSERT_EQ(unknown->QueryInterface(IID_ITestCounter, reinterpret_cast<void**>(&second)), S_OK);
   unknown->Release();
@@ -86,29 +86,24 @@ TEST_F(CreationTest, FailuresAreReportedAndClearTheOutPointer) {
   EXPECT_EQ(attempt(CLSID_TestCounter, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch),
             E_NOINTERFACE);
   IUnknown* outer = nullptr;
-  ASSERT_EQ(CoCreateInstance(CLSID_TestCounter, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown,
-                             reinterpret_cast<void**>(&outer)),
-            S_OK);
+  ASSERT_EQ(Create(CLSID_TestCounter, IID_IUnknown, &outer), S_OK);
   EXPECT_EQ(attempt(CLSID_TestCounter, outer, CLSCTX_INPROC_SERVER, IID_IUnknown),
             CLASS_E_NOAGGREGATION);
   outer->Release();
   EXPECT_EQ(LiveObjects(), 0);
-  EXPECT_EQ(
-      CoCreateInstance(CLSID_TestCounter, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, nullptr),
-      E_INVALIDARG);
+  EXPECT_EQ(Create(CLSID_TestCounter, IID_IUnknown, nullptr), E_INVALIDARG);
 
-  // The library does not serve the class.
-  ASSERT_EQ(VkRegisterClass(kUnserved, nullptr, VK_TEST_SERVER_PATH), S_OK);
-  EXPECT_EQ(attempt(kUnserved, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown),
-            CLASS_E_CLASSNOTAVAILABLE);
-  // The library cannot be loaded: module not found.
-  ASSERT_EQ(VkRegisterClass(kUnserved, nullptr, "/nonexistent/libmissing.so"), S_OK);
-  EXPECT_EQ(attempt(kUnserved, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown),
-            static_cast<HRESULT>(0x8007007E));
-  // The library has no class-object entry: an error in the library.
-  ASSERT_EQ(VkRegisterClass(kUnserved, nullptr, VK_RUNTIME_LIBRARY_PATH), S_OK);
-  EXPECT_EQ(attempt(kUnserved, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown),
-            static_cast<HRESULT>(0x800401F9));
+  // The library does not serve the class, cannot be loaded (module not found), or has no
+  // class-object entry (an error in the library).
+  const std::pair<const char*, HRESULT> libraries[] = {
+      {VK_TEST_SERVER_PATH, CLASS_E_CLASSNOTAVAILABLE},
+      {"/nonexistent/libmissing.so", static_cast<HRESULT>(0x8007007E)},
+      {VK_RUNTIME_LIBRARY_PATH, static_cast<HRESULT>(0x800401F9)}};
+  for (const auto& [library, expected] : libraries) {
+    SCOPED_TRACE(library);
+    ASSERT_EQ(VkRegisterClass(kUnserved, nullptr, library), S_OK);
+    EXPECT_EQ(attempt(kUnserved, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown), expected);
+  }
 }
 
 }  // namespace

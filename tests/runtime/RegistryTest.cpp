@@ -88,18 +88,10 @@ TEST_F(RegistryTest, UnknownAndMalformedProgIdsAreClassStringErrors) {
 }
 
 TEST_F(RegistryTest, DamagedLinesAreSkippedAndKept) {
-  const std::string damaged =
-      "garbage \x01\xff line\n"
-      "clsid not-a-guid /lib/a.so\n"
-      "clsid " +
-      Text(kSecond) +
-      " relative/lib.so\n"
-      "progid OnlyAName\n"
-      "progid Too Many " +
-      Text(kSecond) +
-      "\n"
-      "\n"
-      "progid IDamaged {11111111-2222-3333-4444-5555555555}\n";
+  const std::string second = Text(kSecond);
+  const std::string damaged = "garbage \x01\xff line\nclsid not-a-guid /lib/a.so\nclsid " + second +
+                              " relative/lib.so\nprogid OnlyAName\nprogid Too Many " + second +
+                              "\n\nprogid IDamaged {11111111-2222-3333-4444-5555555555}\n";
   WriteRegistry(damaged + "clsid " + Text(kFirst) + " /lib/with space.so\r\nprogid IFirst " +
                 Text(kFirst));  // CR LF and no final line break
   CLSID found{};

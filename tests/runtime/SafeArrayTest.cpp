@@ -3,7 +3,6 @@
 #include <climits>
 #include <string>
 
-#include "CountingUnknown.h"
 #include "vaultkit/vkcom.h"
 
 namespace {
@@ -103,32 +102,6 @@ TEST(SafeArray, StringElementsAreCopiesBothWays) {
   copy = array;
   EXPECT_EQ(SafeArrayCopy(nullptr, &copy), S_OK);
   EXPECT_EQ(copy, nullptr);
-}
-
-TEST(SafeArray, VariantElementsHoldTheirOwnReferences) {
-  CountingUnknown object;
-  SAFEARRAY* array = SafeArrayCreateVector(VT_VARIANT, 0, 1);
-  VARIANT element;
-  VariantInit(&element);
-  element.vt = VT_UNKNOWN;
-  element.u.punkVal = &object;
-  LONG index = 0;
-  ASSERT_EQ(SafeArrayPutElement(array, &index, &element), S_OK);
-  EXPECT_EQ(object.refs, 2u);
-
-  VARIANT read;
-  read.vt = 0x7F;  // whatever was there is overwritten, not cleared
-  ASSERT_EQ(SafeArrayGetElement(array, &index, &read), S_OK);
-  EXPECT_EQ(read.vt, VT_UNKNOWN);
-  EXPECT_EQ(object.refs, 3u);
-  VariantClear(&read);
-
-  SAFEARRAY* copy = nullptr;
-  ASSERT_EQ(SafeArrayCopy(array, &copy), S_OK);
-  EXPECT_EQ(object.refs, 3u);
-  EXPECT_EQ(SafeArrayDestroy(array), S_OK);
-  EXPECT_EQ(SafeArrayDestroy(copy), S_OK);
-  EXPECT_EQ(object.refs, 1u);
 }
 
 }  // namespace
