@@ -8,7 +8,9 @@
 #include <vector>
 
 #include "org/UserList.h"
+#include "platform/Text.h"
 #include "runtime/ComObject.h"
+#include "tests/support/Answer.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/SqlRows.h"
 #include "tests/support/TempDataRoot.h"
@@ -74,6 +76,19 @@ class UserListFixture : public ::testing::Test {
     if (list_->GetNickByUin(uin, &nick) != S_OK) return u"<none>";
     std::u16string out(nick);
     SysFreeString(nick);
+    return out;
+  }
+
+  // "status directory-version root-version" as GetVersionInfo hands them out.
+  std::string VersionInfo() {
+    BSTR dir = nullptr;
+    BSTR root = nullptr;
+    const HRESULT hr = list_->GetVersionInfo(&dir, &root);
+    std::string out = StatusName(hr);
+    if (dir != nullptr) out += " " + ToUtf8(dir);
+    if (root != nullptr) out += " " + ToUtf8(root);
+    SysFreeString(dir);
+    SysFreeString(root);
     return out;
   }
 
