@@ -201,10 +201,8 @@ TEST_F(GroupStoreTest, CompanyTreeRefusesEditsAndOtherKindsRefuseImports) {
   GroupInfo dept = Group(10000001, 0, u"Sales");
   EXPECT_EQ(company->AddGroup(&dept), S_OK);  // adding is allowed for every kind
   GroupInfo rename = Group(0, dept.id, u"x");
-  EXPECT_EQ(company->RenameGroup(&rename), E_FAIL);
-  EXPECT_EQ(company->DeleteGroup(dept.id), E_FAIL);
-  EXPECT_EQ(company->AddMember(dept.id, u"ann"), E_FAIL);
-  EXPECT_EQ(company->DeleteMember(dept.id, u"ann"), E_FAIL);
+  ExpectEach(E_FAIL, {company->RenameGroup(&rename), company->DeleteGroup(dept.id),
+                      company->AddMember(dept.id, u"ann"), company->DeleteMember(dept.id, u"ann")});
   EXPECT_EQ(Rows(1, "SELECT name FROM groups WHERE id='10000002'"), "Sales;");
   EXPECT_EQ(Rows(1, "SELECT COUNT(*) FROM members"), "0;");
 
@@ -244,22 +242,20 @@ TEST_F(GroupStoreTest, ClosedStoresFailAndNullPointersAreReported) {
   LONG count = 0;
   GroupInfo group{};
   BSTR nick = nullptr;
-  const HRESULT results[] = {
-      store->GetVersion(nullptr),
-      store->AddGroup(nullptr),
-      store->GetSubGroupCount(1, nullptr),
-      store->GetSubGroups(1, nullptr, &count),
-      store->GetSubGroups(1, &group, nullptr),
-      store->RenameGroup(nullptr),
-      store->GetMembers(1, nullptr, &count),
-      store->GetMembers(1, &nick, nullptr),
-      store->GetMemberCount(1, nullptr),
-      store->GetGroupInfo(nullptr),
-      store->GetGroupCount(nullptr),
-      Open(1)->LoadDataFromXml(nullptr),
-  };
-  for (HRESULT hr : results) EXPECT_EQ(hr, E_INVALIDARG);
-  EXPECT_EQ(Assertions(), std::size(results));
+  const auto results = {store->GetVersion(nullptr),
+                        store->AddGroup(nullptr),
+                        store->GetSubGroupCount(1, nullptr),
+                        store->GetSubGroups(1, nullptr, &count),
+                        store->GetSubGroups(1, &group, nullptr),
+                        store->RenameGroup(nullptr),
+                        store->GetMembers(1, nullptr, &count),
+                        store->GetMembers(1, &nick, nullptr),
+                        store->GetMemberCount(1, nullptr),
+                        store->GetGroupInfo(nullptr),
+                        store->GetGroupCount(nullptr),
+                        Open(1)->LoadDataFromXml(nullptr)};
+  ExpectEach(E_INVALIDARG, results);
+  EXPECT_EQ(Assertions(), results.size());
 }
 
 }  // namespace

@@ -90,11 +90,10 @@ TEST_F(KeyDeptsTest, BadArgumentsFailQuietly) {
   LogCapture log;
   ULONG ids[2] = {1, 2};
   LONG count = 2;
-  EXPECT_EQ(store_->GetKeyDepts(u"a", nullptr, &count), E_FAIL);
-  EXPECT_EQ(store_->GetKeyDepts(u"a", ids, nullptr), E_FAIL);
-  EXPECT_EQ(store_->SetKeyDepts(u"a", nullptr, &count), E_FAIL);
-  EXPECT_EQ(store_->SetKeyDepts(u"a", ids, nullptr), E_FAIL);
-  EXPECT_EQ(store_->SetKeyDepts(u"quote\"", ids, &count), E_FAIL);
+  ExpectEach(E_FAIL,
+             {store_->GetKeyDepts(u"a", nullptr, &count), store_->GetKeyDepts(u"a", ids, nullptr),
+              store_->SetKeyDepts(u"a", nullptr, &count), store_->SetKeyDepts(u"a", ids, nullptr),
+              store_->SetKeyDepts(u"quote\"", ids, &count)});
   EXPECT_TRUE(log.Records().empty());
 }
 

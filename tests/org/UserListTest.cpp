@@ -13,9 +13,8 @@ using UserListTest = UserListFixture;
 
 TEST_F(UserListTest, InitializeChecksItsArgumentsAndUninitialisedListFails) {
   auto fresh = MakeStore<CUserList>();
-  EXPECT_EQ(fresh->Initialize(u"", client_), E_INVALIDARG);
-  EXPECT_EQ(fresh->Initialize(nullptr, client_), E_INVALIDARG);
-  EXPECT_EQ(fresh->Initialize(path_.c_str(), nullptr), E_INVALIDARG);
+  ExpectEach(E_INVALIDARG, {fresh->Initialize(u"", client_), fresh->Initialize(nullptr, client_),
+                            fresh->Initialize(path_.c_str(), nullptr)});
   LONG count = 7;
   EXPECT_EQ(fresh->GetDeptCount(&count), E_FAIL);
   EXPECT_EQ(count, 7);  // nothing touched without a connection
@@ -205,9 +204,8 @@ TEST_F(UserListTest, GetNickByUinAndUpdateNick) {
   EXPECT_EQ(NickOf(5), u"<none>");
   Add(1, u"old", 5);
   Add(2, u"old", 5);
-  EXPECT_EQ(list_->UpdateNick(0, u"x"), E_INVALIDARG);
-  EXPECT_EQ(list_->UpdateNick(5, nullptr), E_INVALIDARG);
-  EXPECT_EQ(list_->LoadDataFromXml(nullptr), E_INVALIDARG);
+  ExpectEach(E_INVALIDARG, {list_->UpdateNick(0, u"x"), list_->UpdateNick(5, nullptr),
+                            list_->LoadDataFromXml(nullptr)});
   // Only the null out-pointer of GetNickByUin was worth an assertion report.
   EXPECT_EQ(log_.CountLevel(u"important"), 1u);
   EXPECT_EQ(list_->UpdateNick(5, u"NewName"), S_OK);

@@ -144,18 +144,13 @@ TEST_F(XmlStoreLifecycleTest, OperationsBeforeInitializeFailWithoutLogging) {
   LONG value = 4;
   ULONG ids[2] = {1, 2};
   LONG count = 2;
-  int call = 0;
-  for (const HRESULT hr :
-       {grid->SetVersion(1), grid->GetGrid(u"a", &value), grid->SetGrid(u"a", 1), grid->Clear(),
-        keys->GetVersion(&value), keys->SetVersion(1), keys->GetKeyDepts(u"a", ids, &count),
-        keys->SetKeyDepts(u"a", ids, &count), keys->ResetIfExpired(), leader->GetVersion(&value),
-        leader->SetVersion(1), leader->GetLeader(1, &value), leader->SetLeader(1, 1, 1),
-        leader->DeleteDept(1), leader->ResetIfExpired()}) {
-    EXPECT_EQ(hr, E_FAIL) << "call " << call++;
-  }
-  EXPECT_EQ(grid->Close(), S_OK);
-  EXPECT_EQ(keys->Close(), S_OK);
-  EXPECT_EQ(leader->Close(), S_OK);
+  ExpectEach(E_FAIL, {grid->SetVersion(1), grid->GetGrid(u"a", &value), grid->SetGrid(u"a", 1),
+                      grid->Clear(), keys->GetVersion(&value), keys->SetVersion(1),
+                      keys->GetKeyDepts(u"a", ids, &count), keys->SetKeyDepts(u"a", ids, &count),
+                      keys->ResetIfExpired(), leader->GetVersion(&value), leader->SetVersion(1),
+                      leader->GetLeader(1, &value), leader->SetLeader(1, 1, 1),
+                      leader->DeleteDept(1), leader->ResetIfExpired()});
+  ExpectEach(S_OK, {grid->Close(), keys->Close(), leader->Close()});
   grid.reset();
   keys.reset();
   leader.reset();

@@ -162,9 +162,8 @@ TEST_F(MobileProfileStoreTest, OpeningFailuresAndBadInputAnswerTheirStatus) {
   EXPECT_EQ(TakeErrorDescription(), u"The mobile profile needs a file path.");
   MobileProfileItem item = Entry(u"x");
   LONG count = 0;
-  EXPECT_EQ(store_->AddItem(&item), E_FAIL);
-  EXPECT_EQ(store_->GetItemCount(&count), E_FAIL);
-  EXPECT_EQ(store_->DeleteItem(u"kept"), E_FAIL);
+  ExpectEach(E_FAIL,
+             {store_->AddItem(&item), store_->GetItemCount(&count), store_->DeleteItem(u"kept")});
   // A template that cannot be saved still is the document: the store has no opened flag, and
   // its operations work on it until a later Close writes it.
   EXPECT_EQ(store_->Initialize(root_.File(u"no/folder/MobileProfile.xml").c_str()), E_FAIL);

@@ -7,6 +7,7 @@
 
 #include "platform/Text.h"
 #include "profiles/WEZItemStore.h"
+#include "tests/support/Answer.h"
 #include "tests/support/ErrorDescription.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/MakeStore.h"
@@ -180,11 +181,11 @@ TEST_F(ItemStoreTest, ExpressionsLongerThan127CharactersFindNothing) {
 
 TEST_F(ItemStoreTest, BadInputAnswersAStatusAndNeverWritesPastTheRecords) {
   log_.Clear();
-  EXPECT_EQ(store_->SetItemFields(u"say \"hi\"", nullptr, 0), E_FAIL);
   ItemField quoted = Record(u"a\"b", u"v");
-  EXPECT_EQ(store_->SetItemFields(u"ok", &quoted, 1), E_FAIL);
-  EXPECT_EQ(store_->SetItemFields(u"bell\a", nullptr, 0), E_FAIL);
-  EXPECT_EQ(store_->SetItemFields(u"ok", nullptr, 2), E_FAIL);
+  ExpectEach(
+      E_FAIL,
+      {store_->SetItemFields(u"say \"hi\"", nullptr, 0), store_->SetItemFields(u"ok", &quoted, 1),
+       store_->SetItemFields(u"bell\a", nullptr, 0), store_->SetItemFields(u"ok", nullptr, 2)});
   EXPECT_EQ(log_.CountLevel(u"important"), 4u);
   EXPECT_EQ(store_->GetItemCount(nullptr), E_INVALIDARG);
   EXPECT_EQ(store_->FindItemByFieldValue(u"x", nullptr), E_INVALIDARG);
@@ -207,10 +208,10 @@ TEST_F(ItemStoreTest, BadInputAnswersAStatusAndNeverWritesPastTheRecords) {
   // Before Initialize there is no document: every operation fails and nothing is written.
   store_ = MakeStore<CWEZItemStore>();
   BSTR name = nullptr;
-  EXPECT_EQ(store_->SetItemFields(u"a", out, 1), E_FAIL);
-  EXPECT_EQ(store_->GetItemFields(u"a", out, &written), E_FAIL);
-  EXPECT_EQ(store_->ExportToFile(root_.File(u"t.xml").c_str()), E_FAIL);
-  EXPECT_EQ(store_->FindItemByFieldValue(u"a", &name), E_FAIL);
+  ExpectEach(E_FAIL,
+             {store_->SetItemFields(u"a", out, 1), store_->GetItemFields(u"a", out, &written),
+              store_->ExportToFile(root_.File(u"t.xml").c_str()),
+              store_->FindItemByFieldValue(u"a", &name)});
   EXPECT_EQ(Utf8AndFree(name), "");
   EXPECT_EQ(store_->Close(), S_OK);
   EXPECT_FALSE(root_.ReadBytes("t.xml").has_value());

@@ -14,6 +14,7 @@
 namespace {
 
 using vk::test::AnswerOver;
+using vk::test::ExpectEach;
 using vk::test::Utf16Le;
 
 class OptionStoreTest : public ::testing::Test {
@@ -77,9 +78,8 @@ TEST_F(OptionStoreTest, GetStringCopiesABoundedCountWithoutTerminator) {
 
 TEST_F(OptionStoreTest, CallsBeforeOpen) {
   const unsigned char data[] = {1};
-  EXPECT_EQ(store->SetInt(u"k", 1), S_FALSE);
-  EXPECT_EQ(store->SetString(u"k", u"v"), S_FALSE);
-  EXPECT_EQ(store->SetStruct(u"k", data, 1), S_FALSE);
+  ExpectEach(S_FALSE, {store->SetInt(u"k", 1), store->SetString(u"k", u"v"),
+                       store->SetStruct(u"k", data, 1)});
   EXPECT_EQ(AnswerOver(9, store, &IOptionStore::GetInt, u"k"), "S_FALSE 9");
   EXPECT_EQ(log.CountLevel(u"important"), 4u);
   EXPECT_EQ(FileBytes(), "\xFF\xFE");

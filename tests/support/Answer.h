@@ -3,7 +3,10 @@
 // comparison, and a failure shows both.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdio>
+#include <initializer_list>
 #include <string>
 #include <tuple>
 #include <type_traits>
@@ -65,6 +68,14 @@ std::string AnswerOver(Preset preset, const ComPtr<Object>& object, Method metho
 template <typename Object, typename Method, typename... Args>
 std::string Answer(Object&& object, Method method, Args&&... args) {
   return AnswerOver(0, std::forward<Object>(object), method, std::forward<Args>(args)...);
+}
+
+// Checks that each call of a list, made in order, answered `expected`; a failure names the
+// call by its place in the list.
+inline void ExpectEach(HRESULT expected, std::initializer_list<HRESULT> results) {
+  int call = 0;
+  for (const HRESULT hr : results)
+    EXPECT_EQ(StatusName(hr), StatusName(expected)) << "call " << call++;
 }
 
 }  // namespace vk::test
