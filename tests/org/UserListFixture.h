@@ -93,10 +93,7 @@ class UserListFixture : public ::testing::Test {
   }
 
   // Rows of a query through a connection of the test's own, joined with ";".
-  static std::string Query(const std::u16string& db_path, const char* sql) {
-    return SqlRows(db_path, sql);
-  }
-  std::string Query(const char* sql) { return Query(path_, sql); }
+  std::string Query(const char* sql) { return SqlRows(path_, sql); }
 
   size_t DebugLinesWith(std::string_view text) const {
     return log_.CountDebugLinesContaining(text);

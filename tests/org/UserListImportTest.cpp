@@ -31,7 +31,7 @@ TEST_F(UserListImportTest, EmptyFormGivesTheThreeGlobalRowsAndNothingElse) {
   Add(1, u"old", 1);
   list_->SetDeptVersion(1, 1);
   ASSERT_EQ(Import(kEmptyForm), S_OK);
-  EXPECT_EQ(Query(Rebuild(), "SELECT id, value FROM global ORDER BY id"), "1|1;2|1;3|0;");
+  EXPECT_EQ(SqlRows(Rebuild(), "SELECT id, value FROM global ORDER BY id"), "1|1;2|1;3|0;");
   EXPECT_EQ(DeptCount(), 0);  // the swap put the rebuilt file online
   EXPECT_EQ(Query("SELECT COUNT(*) FROM member"), "0;");
   EXPECT_EQ(AnswerOver(9, list_, &CUserList::GetProVer), "S_OK 1");
@@ -168,11 +168,11 @@ TEST_F(UserListImportTest, RebuildHasTheLiveSchemaAndIsComplete) {
   const char* schema = "SELECT type, name, tbl_name, sql FROM sqlite_master ORDER BY rowid";
   const std::string live_schema = Query(schema);
   EXPECT_NE(live_schema.find("index_department_id"), std::string::npos);
-  EXPECT_EQ(Query(Rebuild(), schema), live_schema);
-  EXPECT_EQ(Query(Rebuild(), "PRAGMA integrity_check"), "ok;");
-  EXPECT_EQ(Query(Rebuild(),
-                  "SELECT nickname FROM member INDEXED BY index_member_nickname "
-                  "WHERE nickname > ''"),
+  EXPECT_EQ(SqlRows(Rebuild(), schema), live_schema);
+  EXPECT_EQ(SqlRows(Rebuild(), "PRAGMA integrity_check"), "ok;");
+  EXPECT_EQ(SqlRows(Rebuild(),
+                    "SELECT nickname FROM member INDEXED BY index_member_nickname "
+                    "WHERE nickname > ''"),
             "a;c;");
   EXPECT_FALSE(std::filesystem::exists(std::filesystem::path(Rebuild() + u".new")));
   EXPECT_EQ(DeptCount(), 1);
