@@ -12,6 +12,7 @@
 #include "module/StoreCatalog.h"
 #include "platform/Text.h"
 #include "runtime/ComPtr.h"
+#include "tests/support/Answer.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/SqlRows.h"
 #include "tests/support/TempDataRoot.h"

@@ -87,9 +87,7 @@ TEST_F(GroupStoreTest, GroupsAreReplacedByIdAndReadBackByParent) {
   ASSERT_EQ(store->AddGroup(&b), S_OK);
   EXPECT_EQ(Rows(4, "SELECT groupType FROM groups WHERE name='A'"), "1;");  // non-zero is "1"
   EXPECT_EQ(SubGroups(store, 60000001), "60000002:60000001:A:1;60000003:60000001:B:0;");
-  LONG count = -1;
-  EXPECT_EQ(store->GetSubGroupCount(60000001, &count), S_OK);
-  EXPECT_EQ(count, 2);
+  EXPECT_EQ(Answer(store, &CWEZGroupStore::GetSubGroupCount, 60000001), "S_OK 2");
 
   // The same id again: new parent, name and type, no error.
   GroupInfo moved = Group(60000002, b.id, u"B2", 0);
@@ -99,8 +97,7 @@ TEST_F(GroupStoreTest, GroupsAreReplacedByIdAndReadBackByParent) {
 
   // No children: E_FAIL with a count of 0 (GetSubGroupCount counts 0 and succeeds).
   EXPECT_EQ(SubGroups(store, 60000003), "E:0");
-  EXPECT_EQ(store->GetSubGroupCount(60000003, &count), S_OK);
-  EXPECT_EQ(count, 0);
+  EXPECT_EQ(AnswerOver(-1, store, &CWEZGroupStore::GetSubGroupCount, 60000003), "S_OK 0");
 
   // A type text other than "1" reads as 0; ids are read as 32-bit decimals.
   ASSERT_TRUE(SqlExec(DbPath(4), "INSERT INTO groups VALUES ('9', '60000003', 'T', '01')"));
@@ -110,8 +107,7 @@ TEST_F(GroupStoreTest, GroupsAreReplacedByIdAndReadBackByParent) {
   EXPECT_EQ(info.parentId, 60000003);
   EXPECT_EQ(NameOf(info), u"T");
   EXPECT_EQ(info.groupType, 0);
-  EXPECT_EQ(store->GetGroupCount(&count), S_OK);
-  EXPECT_EQ(count, 4);
+  EXPECT_EQ(Answer(store, &CWEZGroupStore::GetGroupCount), "S_OK 4");
 
   // A missing id leaves the record as it was.
   GroupInfo missing = Group(5, 123, u"keep", 1);
@@ -163,16 +159,13 @@ TEST_F(GroupStoreTest, MembersAreKeptAsGivenOncePerGroup) {
   EXPECT_EQ(store->AddMember(6, u"ann"), S_OK);
   EXPECT_EQ(Rows(4, "SELECT * FROM members ORDER BY rowid"), "ann|5;Ann|5;ann|6;");
   EXPECT_EQ(Members(store, 5), "ann;Ann;");
-  LONG count = -1;
-  EXPECT_EQ(store->GetMemberCount(5, &count), S_OK);
-  EXPECT_EQ(count, 2);
+  EXPECT_EQ(Answer(store, &CWEZGroupStore::GetMemberCount, 5), "S_OK 2");
 
   EXPECT_EQ(store->DeleteMember(5, u"ANN"), S_OK);  // nothing matches, still S_OK
   EXPECT_EQ(store->DeleteMember(5, u"Ann"), S_OK);
   EXPECT_EQ(Members(store, 5), "ann;");
   EXPECT_EQ(Members(store, 77), "E:0");  // an empty group fails with a count of 0
-  EXPECT_EQ(store->GetMemberCount(77, &count), S_OK);
-  EXPECT_EQ(count, 0);
+  EXPECT_EQ(AnswerOver(-1, store, &CWEZGroupStore::GetMemberCount, 77), "S_OK 0");
 }
 
 TEST_F(GroupStoreTest, DeleteGroupKeepsChildrenAndTheSecondDeleteKeepsMembers) {
@@ -208,10 +201,8 @@ TEST_F(GroupStoreTest, CompanyTreeRefusesEditsAndOtherKindsRefuseImports) {
   GroupInfo dept = Group(10000001, 0, u"Sales");
   EXPECT_EQ(company->AddGroup(&dept), S_OK);  // adding is allowed for every kind
   GroupInfo rename = Group(0, dept.id, u"x");
-  EXPECT_EQ(company->RenameGroup(&rename), E_FAIL);
-  EXPECT_EQ(company->DeleteGroup(dept.id), E_FAIL);
-  EXPECT_EQ(company->AddMember(dept.id, u"ann"), E_FAIL);
-  EXPECT_EQ(company->DeleteMember(dept.id, u"ann"), E_FAIL);
+  ExpectEach(E_FAIL, {company->RenameGroup(&rename), company->DeleteGroup(dept.id),
+                      company->AddMember(dept.id, u"ann"), company->DeleteMember(dept.id, u"ann")});
   EXPECT_EQ(Rows(1, "SELECT name FROM groups WHERE id='10000002'"), "Sales;");
   EXPECT_EQ(Rows(1, "SELECT COUNT(*) FROM members"), "0;");
 
@@ -225,15 +216,10 @@ TEST_F(GroupStoreTest, CompanyTreeRefusesEditsAndOtherKindsRefuseImports) {
 
 TEST_F(GroupStoreTest, VersionIsOpaqueTextWithZeroWhenNoneIsStored) {
   CWEZGroupStore* store = Open(3);
-  BSTR version = nullptr;
-  EXPECT_EQ(store->GetVersion(&version), S_FALSE);
-  EXPECT_EQ(std::u16string(version), u"0");
-  SysFreeString(version);
+  EXPECT_EQ(Answer(store, &CWEZGroupStore::GetVersion), "S_FALSE 0");
   for (const char16_t* text : {u"12", u"-1", u"v2 beta", u""}) {
     EXPECT_EQ(store->SetVersion(text), S_OK);
-    EXPECT_EQ(store->GetVersion(&version), S_OK);
-    EXPECT_EQ(std::u16string(version), text);
-    SysFreeString(version);
+    EXPECT_EQ(Answer(store, &CWEZGroupStore::GetVersion), "S_OK " + Utf8(text));
   }
 }
 
@@ -241,18 +227,14 @@ TEST_F(GroupStoreTest, ClosedStoresFailAndNullPointersAreReported) {
   // Opened on a path where no database can be created.
   {
     CWEZGroupStore* store = Open(4, root_.File(u"no/such/folder/x.dat"));
-    LONG count = 9;
-    BSTR text = reinterpret_cast<BSTR>(0x1);
     GroupInfo group = Group(1, 5, u"g");
-    EXPECT_EQ(store->GetVersion(&text), E_FAIL);
-    EXPECT_EQ(text, nullptr);
+    EXPECT_EQ(AnswerOver(reinterpret_cast<BSTR>(0x1), store, &CWEZGroupStore::GetVersion),
+              "E_FAIL <null>");
     EXPECT_EQ(store->AddGroup(&group), E_FAIL);
     EXPECT_EQ(store->AddMember(5, u"a"), E_FAIL);
-    EXPECT_EQ(store->GetSubGroupCount(1, &count), E_FAIL);
-    EXPECT_EQ(count, 0);  // cleared before the connection is checked
-    count = 9;
-    EXPECT_EQ(store->GetGroupCount(&count), E_FAIL);
-    EXPECT_EQ(count, 0);
+    // Counts are cleared before the connection is checked.
+    EXPECT_EQ(AnswerOver(9, store, &CWEZGroupStore::GetSubGroupCount, 1), "E_FAIL 0");
+    EXPECT_EQ(AnswerOver(9, store, &CWEZGroupStore::GetGroupCount), "E_FAIL 0");
   }
   EXPECT_EQ(Assertions(), 0u);
 
@@ -260,22 +242,20 @@ TEST_F(GroupStoreTest, ClosedStoresFailAndNullPointersAreReported) {
   LONG count = 0;
   GroupInfo group{};
   BSTR nick = nullptr;
-  const HRESULT results[] = {
-      store->GetVersion(nullptr),
-      store->AddGroup(nullptr),
-      store->GetSubGroupCount(1, nullptr),
-      store->GetSubGroups(1, nullptr, &count),
-      store->GetSubGroups(1, &group, nullptr),
-      store->RenameGroup(nullptr),
-      store->GetMembers(1, nullptr, &count),
-      store->GetMembers(1, &nick, nullptr),
-      store->GetMemberCount(1, nullptr),
-      store->GetGroupInfo(nullptr),
-      store->GetGroupCount(nullptr),
-      Open(1)->LoadDataFromXml(nullptr),
-  };
-  for (HRESULT hr : results) EXPECT_EQ(hr, E_INVALIDARG);
-  EXPECT_EQ(Assertions(), std::size(results));
+  const auto results = {store->GetVersion(nullptr),
+                        store->AddGroup(nullptr),
+                        store->GetSubGroupCount(1, nullptr),
+                        store->GetSubGroups(1, nullptr, &count),
+                        store->GetSubGroups(1, &group, nullptr),
+                        store->RenameGroup(nullptr),
+                        store->GetMembers(1, nullptr, &count),
+                        store->GetMembers(1, &nick, nullptr),
+                        store->GetMemberCount(1, nullptr),
+                        store->GetGroupInfo(nullptr),
+                        store->GetGroupCount(nullptr),
+                        Open(1)->LoadDataFromXml(nullptr)};
+  ExpectEach(E_INVALIDARG, results);
+  EXPECT_EQ(Assertions(), results.size());
 }
 
 }  // namespace

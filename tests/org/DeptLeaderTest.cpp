@@ -45,9 +45,7 @@ TEST_F(DeptLeaderTest, NewerVersionsReplaceTheLeader) {
   EXPECT_EQ(store_->SetLeader(-6, 4000000000u, 7), S_OK);
   EXPECT_EQ(Leader(-6), -1);
 
-  LONG untouched = 1234;
-  EXPECT_EQ(store_->GetLeader(77, &untouched), E_FAIL);
-  EXPECT_EQ(untouched, 1234);
+  EXPECT_EQ(AnswerOver(1234, store_, &CDeptLeader::GetLeader, 77), "E_FAIL 1234");
 }
 
 TEST_F(DeptLeaderTest, DeptsAreFoundAtAnyDepthFirstMatchWins) {
@@ -85,19 +83,15 @@ TEST_F(DeptLeaderTest, DeleteDeptKeepsTheLeaderButRewritesTheFile) {
 }
 
 TEST_F(DeptLeaderTest, VersionExpressionNeverMatchesTheLeaderRoot) {
-  LONG version = 5;
-  EXPECT_EQ(store_->GetVersion(&version), E_FAIL);
-  EXPECT_EQ(version, 0);
+  EXPECT_EQ(AnswerOver(5, store_, &CDeptLeader::GetVersion), "E_FAIL 0");
   EXPECT_EQ(store_->SetVersion(7), S_OK);
   // Written at once, on the Leader root.
   EXPECT_EQ(File(), kHeader + "<Leader ProVer=\"7\"/>\n");
-  EXPECT_EQ(store_->GetVersion(&version), E_FAIL);
-  EXPECT_EQ(version, 0);
+  EXPECT_EQ(AnswerOver(5, store_, &CDeptLeader::GetVersion), "E_FAIL 0");
   // A file with the root the expression names is read normally.
   root_.WriteBytes("Leader.xml", kHeader + "<DeptLeader><X ProVer=\"12\"/></DeptLeader>\n");
   Reopen();
-  EXPECT_EQ(store_->GetVersion(&version), S_OK);
-  EXPECT_EQ(version, 12);
+  EXPECT_EQ(Answer(store_, &CDeptLeader::GetVersion), "S_OK 12");
 }
 
 TEST_F(DeptLeaderTest, ResetIfExpiredAfterThirtyDaysAndOneSecond) {
@@ -114,8 +108,7 @@ TEST_F(DeptLeaderTest, ResetIfExpiredAfterThirtyDaysAndOneSecond) {
 
   ASSERT_TRUE(SetFileCreationTime(Path(), kNow - kThirtyDays - 1));
   EXPECT_EQ(store_->ResetIfExpired(), S_FALSE);
-  LONG leader = 0;
-  EXPECT_EQ(store_->GetLeader(5, &leader), E_FAIL);
+  EXPECT_EQ(Answer(store_, &CDeptLeader::GetLeader, 5), "E_FAIL 0");
   EXPECT_EQ(File(), kHeader + "<Leader ProVer=\"0\"/>\n");  // written at once by SetVersion
   EXPECT_EQ(GetFileCreationTime(Path()), kNow);
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "org/KeyDepts.h"
@@ -29,28 +30,32 @@ class KeyDeptsTest : public XmlStoreTest<CKeyDepts> {
     if (count_out != nullptr) *count_out = count;
     return ids;
   }
+  LONG CountOf(const char16_t* nick) {
+    LONG count = -1;
+    Get(nick, 4, &count);
+    return count;
+  }
 };
+
+constexpr ULONG kMark = 0xEEEEEEEEu;
 
 TEST_F(KeyDeptsTest, ListsAreKeptPerLowerCaseNickname) {
   LONG count = -1;
   std::vector<ULONG> ids = Get(u"nobody", 3, &count);
   EXPECT_EQ(count, 0);
-  EXPECT_EQ(ids, (std::vector<ULONG>{0, 0, 0, 0xEEEEEEEE, 0xEEEEEEEE, 0xEEEEEEEE, 0xEEEEEEEE}));
+  EXPECT_EQ(ids, (std::vector<ULONG>{0, 0, 0, kMark, kMark, kMark, kMark}));
 
   Set(u"MiXed", {10, 20, 3000000000u});
-  ids = Get(u"MIXED", 2, &count);  // capacity 2 of 3
-  EXPECT_EQ(count, 2);
-  EXPECT_EQ(ids[0], 10u);
-  EXPECT_EQ(ids[1], 20u);
-  EXPECT_EQ(ids[2], 0xEEEEEEEEu);
-  ids = Get(u"mixed", 5, &count);
-  EXPECT_EQ(count, 3);
-  EXPECT_EQ((std::vector<ULONG>(ids.begin(), ids.begin() + 6)),
-            (std::vector<ULONG>{10, 20, 3000000000u, 0, 0, 0xEEEEEEEE}));
-  ids = Get(u"mixed", 0, &count);  // the capacity is tested after each store
-  EXPECT_EQ(count, 1);
-  EXPECT_EQ((std::vector<ULONG>(ids.begin(), ids.begin() + 2)),
-            (std::vector<ULONG>{10, 0xEEEEEEEE}));
+  // {nickname, capacity, count, the array's head}: the capacity is tested after each store.
+  const std::tuple<const char16_t*, LONG, LONG, std::vector<ULONG>> reads[] = {
+      {u"MIXED", 2, 2, {10, 20, kMark}},
+      {u"mixed", 5, 3, {10, 20, 3000000000u, 0, 0, kMark}},
+      {u"mixed", 0, 1, {10, kMark}}};
+  for (const auto& [nick, capacity, expected, head] : reads) {
+    ids = Get(nick, capacity, &count);
+    EXPECT_EQ(count, expected) << capacity;
+    EXPECT_EQ(std::vector<ULONG>(ids.begin(), ids.begin() + head.size()), head) << capacity;
+  }
 
   Set(u"mixed", {7});  // replaces the whole list
   Set(u"Empty", {});
@@ -59,10 +64,8 @@ TEST_F(KeyDeptsTest, ListsAreKeptPerLowerCaseNickname) {
                         "<KeyDepts ProVer=\"0\"><User Nick=\"mixed\"><KeyDept DeptID=\"7\"/></User>"
                         "<User Nick=\"empty\"/></KeyDepts>\n");
   Reopen();
-  Get(u"MIXED", 4, &count);
-  EXPECT_EQ(count, 1);
-  Get(u"empty", 4, &count);
-  EXPECT_EQ(count, 0);
+  EXPECT_EQ(CountOf(u"MIXED"), 1);
+  EXPECT_EQ(CountOf(u"empty"), 0);
 }
 
 TEST_F(KeyDeptsTest, WalkEndsAtTheFirstChildThatIsNotAnElement) {
@@ -87,11 +90,10 @@ TEST_F(KeyDeptsTest, BadArgumentsFailQuietly) {
   LogCapture log;
   ULONG ids[2] = {1, 2};
   LONG count = 2;
-  EXPECT_EQ(store_->GetKeyDepts(u"a", nullptr, &count), E_FAIL);
-  EXPECT_EQ(store_->GetKeyDepts(u"a", ids, nullptr), E_FAIL);
-  EXPECT_EQ(store_->SetKeyDepts(u"a", nullptr, &count), E_FAIL);
-  EXPECT_EQ(store_->SetKeyDepts(u"a", ids, nullptr), E_FAIL);
-  EXPECT_EQ(store_->SetKeyDepts(u"quote\"", ids, &count), E_FAIL);
+  ExpectEach(E_FAIL,
+             {store_->GetKeyDepts(u"a", nullptr, &count), store_->GetKeyDepts(u"a", ids, nullptr),
+              store_->SetKeyDepts(u"a", nullptr, &count), store_->SetKeyDepts(u"a", ids, nullptr),
+              store_->SetKeyDepts(u"quote\"", ids, &count)});
   EXPECT_TRUE(log.Records().empty());
 }
 
@@ -105,20 +107,14 @@ TEST_F(KeyDeptsTest, ResetIfExpiredEmptiesTheCacheAfterThirtyDays) {
   for (int64_t age : {29 * kDay, 30 * kDay}) {
     ASSERT_TRUE(SetFileCreationTime(Path(), kNow - age));
     EXPECT_EQ(store_->ResetIfExpired(), S_FALSE);
-    LONG count = 0;
-    Get(u"a", 4, &count);
-    EXPECT_EQ(count, 2) << age;
+    EXPECT_EQ(CountOf(u"a"), 2) << age;
     EXPECT_EQ(GetFileCreationTime(Path()), kNow - age);
   }
 
   ASSERT_TRUE(SetFileCreationTime(Path(), kNow - 31 * kDay));
   EXPECT_EQ(store_->ResetIfExpired(), S_FALSE);
-  LONG count = 0;
-  Get(u"a", 4, &count);
-  EXPECT_EQ(count, 0);
-  LONG version = -1;
-  EXPECT_EQ(store_->GetVersion(&version), S_OK);
-  EXPECT_EQ(version, 0);
+  EXPECT_EQ(CountOf(u"a"), 0);
+  EXPECT_EQ(AnswerOver(-1, store_, &CKeyDepts::GetVersion), "S_OK 0");
   EXPECT_EQ(GetFileCreationTime(Path()), kNow);  // the next period starts now
   store_.reset();                                // destruction writes the emptied document
   EXPECT_EQ(File(), kHeader + "<KeyDepts ProVer=\"0\"/>\n");

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "org/UserGrid.h"
 #include "platform/Text.h"
 #include "tests/org/XmlStoreTest.h"
@@ -51,9 +53,7 @@ TEST_F(UserGridTest, ClearRemovesOnlyTheFirstChildAndDoesNotMarkDirty) {
   Reopen();
   std::string on_disk = File();
   EXPECT_EQ(store_->Clear(), S_FALSE);
-  EXPECT_EQ(Grid(u"a"), 0);
-  EXPECT_EQ(Grid(u"b"), 2);
-  EXPECT_EQ(Grid(u"c"), 3);
+  EXPECT_EQ(std::vector<LONG>({Grid(u"a"), Grid(u"b"), Grid(u"c")}), std::vector<LONG>({0, 2, 3}));
   EXPECT_EQ(store_->Close(), S_OK);
   EXPECT_EQ(File(), on_disk);  // not rewritten without another change
   EXPECT_EQ(store_->SetGrid(u"d", 4), S_OK);
@@ -69,9 +69,7 @@ TEST_F(UserGridTest, AwkwardNicknamesDoNotBreakTheStore) {
   LogCapture log;
   // A double quote ends the XPath literal early: the guard answers E_FAIL.
   EXPECT_EQ(store_->SetGrid(u"say \"hi\"", 1), E_FAIL);
-  LONG grid = 5;
-  EXPECT_EQ(store_->GetGrid(u"say \"hi\"", &grid), E_FAIL);
-  EXPECT_EQ(grid, 0);
+  EXPECT_EQ(AnswerOver(5, store_, &CUserGrid::GetGrid, u"say \"hi\""), "E_FAIL 0");
   EXPECT_EQ(log.CountLevel(u"important"), 0u);  // quiet guards
 
   std::u16string long_nick(10000, u'x');
@@ -98,17 +96,13 @@ TEST_F(UserGridTest, StoredValuesReadByLeadingDigits) {
                        "<User Grid=\"none\" Nick=\"d\"/><Sub><User Grid=\"5\" Nick=\"e\"/>"
                        "</Sub></UserGrid>\n");
   Reopen();
-  EXPECT_EQ(Grid(u"a"), 42);
-  EXPECT_EQ(Grid(u"b"), 0);
-  EXPECT_EQ(Grid(u"c"), -7);
-  EXPECT_EQ(Grid(u"d"), 0);
-  EXPECT_EQ(Grid(u"e"), 5);  // found at any depth
-  LONG version = 0;
-  EXPECT_EQ(store_->GetVersion(&version), S_OK);
-  EXPECT_EQ(version, 12);
+  // "e" is found at any depth.
+  for (auto [nick, grid] : {std::pair{u"a", 42}, {u"b", 0}, {u"c", -7}, {u"d", 0}, {u"e", 5}}) {
+    EXPECT_EQ(Grid(nick), grid) << ToUtf8(nick);
+  }
+  EXPECT_EQ(Answer(store_, &CUserGrid::GetVersion), "S_OK 12");
   EXPECT_EQ(store_->SetVersion(13), S_OK);
-  EXPECT_EQ(store_->GetVersion(&version), S_OK);
-  EXPECT_EQ(version, 13);
+  EXPECT_EQ(Answer(store_, &CUserGrid::GetVersion), "S_OK 13");
   EXPECT_EQ(File().find("ProVer=\"13\""), std::string::npos);  // marked dirty only
   EXPECT_EQ(store_->Close(), S_OK);
   EXPECT_NE(File().find("<UserGrid ProVer=\"13\">"), std::string::npos);

@@ -8,7 +8,9 @@
 #include <vector>
 
 #include "org/UserList.h"
+#include "platform/Text.h"
 #include "runtime/ComObject.h"
+#include "tests/support/Answer.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/SqlRows.h"
 #include "tests/support/TempDataRoot.h"
@@ -77,11 +79,21 @@ class UserListFixture : public ::testing::Test {
     return out;
   }
 
-  // Rows of a query through a connection of the test's own, joined with ";".
-  static std::string Query(const std::u16string& db_path, const char* sql) {
-    return SqlRows(db_path, sql);
+  // "status directory-version root-version" as GetVersionInfo hands them out.
+  std::string VersionInfo() {
+    BSTR dir = nullptr;
+    BSTR root = nullptr;
+    const HRESULT hr = list_->GetVersionInfo(&dir, &root);
+    std::string out = StatusName(hr);
+    if (dir != nullptr) out += " " + ToUtf8(dir);
+    if (root != nullptr) out += " " + ToUtf8(root);
+    SysFreeString(dir);
+    SysFreeString(root);
+    return out;
   }
-  std::string Query(const char* sql) { return Query(path_, sql); }
+
+  // Rows of a query through a connection of the test's own, joined with ";".
+  std::string Query(const char* sql) { return SqlRows(path_, sql); }
 
   size_t DebugLinesWith(std::string_view text) const {
     return log_.CountDebugLinesContaining(text);

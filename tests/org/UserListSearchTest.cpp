@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <stdio.h>
 
 #include <algorithm>
 #include <string>
@@ -7,6 +6,7 @@
 
 #include "org/SearchLists.h"
 #include "platform/Py.h"
+#include "platform/Text.h"
 #include "tests/org/UserListFixture.h"
 
 namespace vk::test {
@@ -20,18 +20,11 @@ SearchLists ListsOf(std::initializer_list<std::pair<std::u16string, std::u16stri
 }
 
 TEST(SearchListsTest, AddBuildsLowerCaseDisplayNameAndSpellingCode) {
-  SearchLists lists;
-  const CPy speller;
   std::u16string nick = u"ZhangSan";
   std::u16string name = u"张三";
-  lists.Add(nick, name, speller);
+  SearchLists().Add(nick, name, CPy());
   EXPECT_EQ(nick, u"zhangsan");  // lowered in place for the caller to store
-  std::u16string bare_nick = u"Solo";
-  std::u16string no_name;
-  lists.Add(bare_nick, no_name, speller);
-  std::u16string latin_nick = u"zs";
-  std::u16string latin = u"Zhang San";
-  lists.Add(latin_nick, latin, speller);
+  SearchLists lists = ListsOf({{u"ZhangSan", u"张三"}, {u"Solo", u""}, {u"zs", u"Zhang San"}});
   ASSERT_EQ(lists.Size(), 3u);
   EXPECT_EQ(lists.Display(0), u"zhangsan(张三)");
   EXPECT_EQ(lists.Spell(0), u"zhangsan");
@@ -62,10 +55,7 @@ TEST(SearchListsTest, AtMostFiftyDistinctDisplays) {
   SearchLists lists;
   const CPy speller;
   for (int i = 0; i < 120; ++i) {
-    char digits[8];
-    snprintf(digits, sizeof digits, "%03d", i);
-    std::u16string nick = u"user" + std::u16string(digits, digits + 3);
-    std::u16string name;
+    std::u16string nick = u"user" + FromUtf8(std::to_string(1000 + i).substr(1)), name;
     lists.Add(nick, name, speller);
   }
   auto count = [](const std::u16string& found) {

@@ -13,9 +13,8 @@ using UserListTest = UserListFixture;
 
 TEST_F(UserListTest, InitializeChecksItsArgumentsAndUninitialisedListFails) {
   auto fresh = MakeStore<CUserList>();
-  EXPECT_EQ(fresh->Initialize(u"", client_), E_INVALIDARG);
-  EXPECT_EQ(fresh->Initialize(nullptr, client_), E_INVALIDARG);
-  EXPECT_EQ(fresh->Initialize(path_.c_str(), nullptr), E_INVALIDARG);
+  ExpectEach(E_INVALIDARG, {fresh->Initialize(u"", client_), fresh->Initialize(nullptr, client_),
+                            fresh->Initialize(path_.c_str(), nullptr)});
   LONG count = 7;
   EXPECT_EQ(fresh->GetDeptCount(&count), E_FAIL);
   EXPECT_EQ(count, 7);  // nothing touched without a connection
@@ -27,31 +26,21 @@ TEST_F(UserListTest, InitializeChecksItsArgumentsAndUninitialisedListFails) {
   BSTR nicks[1] = {};
   EXPECT_EQ(fresh->GetDeptUserNicks(5, nullptr, &count), E_INVALIDARG);
   EXPECT_EQ(fresh->GetDeptUserNicks(5, nicks, &count), E_FAIL);
-  BSTR nick = nullptr;
-  EXPECT_EQ(fresh->GetNickByUin(5, &nick), E_FAIL);  // fails at the bind
-  LONG gender = 3;
-  EXPECT_EQ(fresh->GetGenderByNick(u"x", &gender), E_FAIL);
-  EXPECT_EQ(gender, 0);  // cleared first
-  BSTR name = reinterpret_cast<BSTR>(0x1);
-  EXPECT_EQ(fresh->GetNameByNick(u"x", &name), E_FAIL);
-  EXPECT_EQ(name, nullptr);
+  EXPECT_EQ(Answer(fresh, &CUserList::GetNickByUin, 5), "E_FAIL <null>");  // fails at the bind
+  EXPECT_EQ(AnswerOver(3, fresh, &CUserList::GetGenderByNick, u"x"), "E_FAIL 0");  // cleared
+  EXPECT_EQ(AnswerOver(reinterpret_cast<BSTR>(0x1), fresh, &CUserList::GetNameByNick, u"x"),
+            "E_FAIL <null>");
   EXPECT_EQ(fresh->Save(), S_OK);
   EXPECT_EQ(fresh->LoadDataFromXml(path_.c_str()), E_FAIL);
 }
 
 TEST_F(UserListTest, AddUserWritesTheRowButReportsFailure) {
   EXPECT_EQ(Add(10, u"ZhangSan", 1001), E_FAIL);
-  ULONG uin = 0;
-  EXPECT_EQ(list_->GetUinByNick(u"ZHANGSAN", &uin), S_OK);
-  EXPECT_EQ(uin, 1001u);
+  EXPECT_EQ(Answer(list_, &CUserList::GetUinByNick, u"ZHANGSAN"), "S_OK 1001");
   EXPECT_EQ(Query("SELECT uin, nickname, name, departmentId, gender FROM member"),
             "1001|zhangsan|NULL|10|0;");
   // A row without a name: an empty name, and no parentheses in the search lists.
-  BSTR name = nullptr;
-  EXPECT_EQ(list_->GetNameByNick(u"zhangsan", &name), S_OK);
-  ASSERT_NE(name, nullptr);
-  EXPECT_EQ(std::u16string(name), u"");
-  SysFreeString(name);
+  EXPECT_EQ(Answer(list_, &CUserList::GetNameByNick, u"zhangsan"), "S_OK ");
   Reopen();
   EXPECT_EQ(Search(u"zh"), u"zhangsan;");
 }
@@ -99,8 +88,7 @@ TEST_F(UserListTest, GetDeptUsersCopiesAtMost31UnitsWithoutTerminating) {
   EXPECT_EQ(longest->reserved, 0xFFFFFFFFu);                              // never written
   EXPECT_EQ(entries[2].uin, 0xFFFFFFFFu);
 
-  EXPECT_EQ(list_->GetDeptUsers(77, entries, &count), E_FAIL);
-  EXPECT_EQ(count, 0);
+  EXPECT_EQ(AnswerOver(2, list_, &CUserList::GetDeptUsers, 77, entries), "E_FAIL 0");
   EXPECT_EQ(list_->GetDeptUsers(4, nullptr, &count), E_INVALIDARG);
   EXPECT_EQ(log_.CountLevel(u"important"), 1u);  // a null array is an assertion report
 }
@@ -120,49 +108,41 @@ TEST_F(UserListTest, GetDeptUserNicksHandsOutLowerCaseStrings) {
 }
 
 TEST_F(UserListTest, CountsIdsAndVersionsOfDepartments) {
-  LONG count = -1;
-  EXPECT_EQ(list_->GetUserCount(3, &count), S_OK);
-  EXPECT_EQ(count, 0);
+  EXPECT_EQ(AnswerOver(-1, list_, &CUserList::GetUserCount, 3), "S_OK 0");
   EXPECT_EQ(DeptCount(), 0);
-  ULONG version = 123;
-  EXPECT_EQ(list_->GetMaxDeptVersion(&version), S_OK);  // empty table: 0
-  EXPECT_EQ(version, 0u);
+  EXPECT_EQ(AnswerOver(123, list_, &CUserList::GetMaxDeptVersion), "S_OK 0");  // empty table
 
   EXPECT_EQ(list_->SetDeptVersion(3, 7), E_FAIL);  // written, failure reported
   EXPECT_EQ(list_->SetDeptVersion(4, 0xFFFFFFFFu), E_FAIL);
   EXPECT_EQ(list_->SetDeptVersion(3, 8), E_FAIL);  // replaces
   Add(3, u"m1", 1);
   Add(3, u"m2", 2);
-  EXPECT_EQ(list_->GetUserCount(3, &count), S_OK);
-  EXPECT_EQ(count, 2);
+  EXPECT_EQ(Answer(list_, &CUserList::GetUserCount, 3), "S_OK 2");
   EXPECT_EQ(DeptCount(), 2);
   ULONG ids[2] = {};
+  LONG count = -1;
   ASSERT_EQ(list_->GetDeptIds(ids, &count), S_OK);
   EXPECT_EQ(count, 2);
   EXPECT_EQ(ids[0] + ids[1], 7u);
-  EXPECT_EQ(list_->GetDeptVersion(4, &version), S_OK);
-  EXPECT_EQ(version, 0xFFFFFFFFu);  // stored widened without sign, read back narrowed
+  // Stored widened without sign, read back narrowed.
+  EXPECT_EQ(Answer(list_, &CUserList::GetDeptVersion, 4), "S_OK 4294967295");
   EXPECT_EQ(Query("SELECT version FROM department WHERE id=4"), "4294967295;");
-  EXPECT_EQ(list_->GetMaxDeptVersion(&version), S_OK);
-  EXPECT_EQ(version, 0xFFFFFFFFu);
-  EXPECT_EQ(list_->GetDeptVersion(99, &version), E_FAIL);
+  EXPECT_EQ(Answer(list_, &CUserList::GetMaxDeptVersion), "S_OK 4294967295");
+  EXPECT_EQ(Answer(list_, &CUserList::GetDeptVersion, 99), "E_FAIL 0");
 
   EXPECT_EQ(list_->DeleteDept(3), S_OK);
-  EXPECT_EQ(list_->GetUserCount(3, &count), S_OK);
-  EXPECT_EQ(count, 0);
+  EXPECT_EQ(Answer(list_, &CUserList::GetUserCount, 3), "S_OK 0");
   EXPECT_EQ(DeptCount(), 1);
   EXPECT_EQ(list_->DeleteDept(12345), S_OK);  // unknown id
 }
 
 TEST_F(UserListTest, ReadsAndWritesWaitForAnotherConnectionsCommit) {
   list_->SetDeptVersion(3, 7);
-  ULONG version = 0;
   {
     BriefDatabaseLock other(path_);
     ASSERT_TRUE(other.taken());
-    EXPECT_EQ(list_->GetDeptVersion(3, &version), S_OK);
+    EXPECT_EQ(Answer(list_, &CUserList::GetDeptVersion, 3), "S_OK 7");
   }
-  EXPECT_EQ(version, 7u);
   {
     BriefDatabaseLock other(path_);
     ASSERT_TRUE(other.taken());
@@ -174,24 +154,17 @@ TEST_F(UserListTest, ReadsAndWritesWaitForAnotherConnectionsCommit) {
 TEST_F(UserListTest, DirectoryVersionsAndVersionInfo) {
   ULONG value = 0;
   EXPECT_EQ(list_->GetDeptVer(&value), E_FAIL);  // no row yet
-  BSTR dir = nullptr;
-  BSTR root = nullptr;
-  EXPECT_EQ(list_->GetVersionInfo(&dir, &root), E_FAIL);
+  EXPECT_EQ(VersionInfo(), "E_FAIL");
   EXPECT_EQ(list_->SetDeptVer(-5), S_OK);
   EXPECT_EQ(list_->SetProVer(42), S_OK);
   EXPECT_EQ(Query("SELECT id, value FROM global ORDER BY id"), "2|42;3|-5;");
-  EXPECT_EQ(list_->GetDeptVer(&value), S_OK);
-  EXPECT_EQ(value, 0xFFFFFFFBu);
-  EXPECT_EQ(list_->GetProVer(&value), S_OK);
-  EXPECT_EQ(value, 42u);
+  EXPECT_EQ(Answer(list_, &CUserList::GetDeptVer), "S_OK 4294967291");
+  EXPECT_EQ(Answer(list_, &CUserList::GetProVer), "S_OK 42");
   // Without the root department 199999 the version info fails.
-  EXPECT_EQ(list_->GetVersionInfo(&dir, &root), E_FAIL);
+  EXPECT_EQ(VersionInfo(), "E_FAIL");
   list_->SetDeptVersion(CUserList::kRootDeptId, 3000000000u);
-  ASSERT_EQ(list_->GetVersionInfo(&dir, &root), S_OK);
-  EXPECT_EQ(std::u16string(dir), u"-5");
-  EXPECT_EQ(std::u16string(root), u"-1294967296");  // written as a signed number
-  SysFreeString(dir);
-  SysFreeString(root);
+  EXPECT_EQ(VersionInfo(), "S_OK -5 -1294967296");  // the root's written as a signed number
+  BSTR root = nullptr;
   EXPECT_EQ(list_->GetVersionInfo(nullptr, &root), E_INVALIDARG);
 }
 
@@ -202,37 +175,26 @@ TEST_F(UserListTest, StoredNullVersionFailsThroughTheExceptionPath) {
   ASSERT_EQ(sqlite3_exec(db, "INSERT INTO global VALUES (2, NULL)", nullptr, nullptr, nullptr),
             SQLITE_OK);
   sqlite3_close(db);
-  ULONG value = 9;
-  EXPECT_EQ(list_->GetProVer(&value), E_FAIL);
-  EXPECT_EQ(value, 9u);
+  EXPECT_EQ(AnswerOver(9, list_, &CUserList::GetProVer), "E_FAIL 9");
   EXPECT_EQ(DebugLinesWith("[Userlist] UserList : L"), 1u);
   EXPECT_EQ(DebugLinesWith(" exception"), 1u);
   // The lock was released: the next operation runs.
   EXPECT_EQ(list_->SetProVer(2), S_OK);
-  EXPECT_EQ(list_->GetProVer(&value), S_OK);
-  EXPECT_EQ(value, 2u);
+  EXPECT_EQ(Answer(list_, &CUserList::GetProVer), "S_OK 2");
 }
 
 TEST_F(UserListTest, NicknameLookupsLowerCaseExceptGenderAndName) {
   Add(1, u"Bob", 7, 2);
+  EXPECT_EQ(Answer(list_, &CUserList::GetUinByNick, u"BOB"), "S_OK 7");
   ULONG uin = 0;
-  EXPECT_EQ(list_->GetUinByNick(u"BOB", &uin), S_OK);
-  EXPECT_EQ(uin, 7u);
   EXPECT_EQ(list_->GetUinByNick(u"nobody", &uin), E_FAIL);
   EXPECT_EQ(list_->GetUinByNick(nullptr, &uin), E_INVALIDARG);
-  LONG gender = -1;
-  EXPECT_EQ(list_->GetGenderByNick(u"Bob", &gender), E_FAIL);  // bound as given
-  EXPECT_EQ(gender, 0);
-  EXPECT_EQ(list_->GetGenderByNick(u"bob", &gender), S_OK);
-  EXPECT_EQ(gender, 2);
-  BSTR name = nullptr;
-  EXPECT_EQ(list_->GetNameByNick(u"Bob", &name), E_FAIL);
-  EXPECT_EQ(name, nullptr);
-  BOOL exists = -1;
-  EXPECT_EQ(list_->IsNickExist(u"BoB", &exists), S_OK);
-  EXPECT_EQ(exists, TRUE);
-  EXPECT_EQ(list_->IsNickExist(u"carol", &exists), S_OK);
-  EXPECT_EQ(exists, FALSE);
+  // Bound as given.
+  EXPECT_EQ(AnswerOver(-1, list_, &CUserList::GetGenderByNick, u"Bob"), "E_FAIL 0");
+  EXPECT_EQ(Answer(list_, &CUserList::GetGenderByNick, u"bob"), "S_OK 2");
+  EXPECT_EQ(Answer(list_, &CUserList::GetNameByNick, u"Bob"), "E_FAIL <null>");
+  EXPECT_EQ(AnswerOver(-1, list_, &CUserList::IsNickExist, u"BoB"), "S_OK 1");
+  EXPECT_EQ(AnswerOver(-1, list_, &CUserList::IsNickExist, u"carol"), "S_OK 0");
 }
 
 TEST_F(UserListTest, GetNickByUinAndUpdateNick) {
@@ -242,17 +204,15 @@ TEST_F(UserListTest, GetNickByUinAndUpdateNick) {
   EXPECT_EQ(NickOf(5), u"<none>");
   Add(1, u"old", 5);
   Add(2, u"old", 5);
-  EXPECT_EQ(list_->UpdateNick(0, u"x"), E_INVALIDARG);
-  EXPECT_EQ(list_->UpdateNick(5, nullptr), E_INVALIDARG);
-  EXPECT_EQ(list_->LoadDataFromXml(nullptr), E_INVALIDARG);
+  ExpectEach(E_INVALIDARG, {list_->UpdateNick(0, u"x"), list_->UpdateNick(5, nullptr),
+                            list_->LoadDataFromXml(nullptr)});
   // Only the null out-pointer of GetNickByUin was worth an assertion report.
   EXPECT_EQ(log_.CountLevel(u"important"), 1u);
   EXPECT_EQ(list_->UpdateNick(5, u"NewName"), S_OK);
-  EXPECT_EQ(Query("SELECT DISTINCT nickname FROM member"), "NewName;");  // as given
-  EXPECT_EQ(NickOf(5), u"newname");                                      // handed out lower
-  ULONG uin = 0;
-  EXPECT_EQ(list_->GetUinByNick(u"NewName", &uin), E_FAIL);  // looked up lower-cased
-  EXPECT_EQ(list_->UpdateNick(999, u"ghost"), S_OK);         // no row matched
+  EXPECT_EQ(Query("SELECT DISTINCT nickname FROM member"), "NewName;");        // as given
+  EXPECT_EQ(NickOf(5), u"newname");                                            // handed out lower
+  EXPECT_EQ(Answer(list_, &CUserList::GetUinByNick, u"NewName"), "E_FAIL 0");  // lower-cased
+  EXPECT_EQ(list_->UpdateNick(999, u"ghost"), S_OK);                           // no row matched
 }
 
 TEST_F(UserListTest, GetDeptIdsByNickStopsAt21) {
@@ -263,8 +223,7 @@ TEST_F(UserListTest, GetDeptIdsByNickStopsAt21) {
   ASSERT_EQ(list_->GetDeptIdsByNick(u"BUSY", ids, &count), S_OK);
   EXPECT_EQ(count, 21);
   EXPECT_EQ(ids[21], 0xABCDu);
-  EXPECT_EQ(list_->GetDeptIdsByNick(u"idle", ids, &count), E_FAIL);
-  EXPECT_EQ(count, 0);
+  EXPECT_EQ(AnswerOver(21, list_, &CUserList::GetDeptIdsByNick, u"idle", ids), "E_FAIL 0");
 }
 
 TEST_F(UserListTest, ChangedDepartmentsSinceAVersion) {
@@ -272,22 +231,18 @@ TEST_F(UserListTest, ChangedDepartmentsSinceAVersion) {
   list_->SetDeptVersion(2, 5);
   list_->SetDeptVersion(3, 9);
   list_->SetDeptVersion(4, 0);
+  // A text that is not a number converts as 0: every version above 0.
+  for (auto [since, count] : {std::pair{u"4", "2"}, {u"not a number", "3"}, {u"  -3xyz", "4"}}) {
+    EXPECT_EQ(Answer(list_, &CUserList::GetChangedDeptCount, since), "S_OK " + std::string(count));
+  }
   LONG count = -1;
-  EXPECT_EQ(list_->GetChangedDeptCount(u"4", &count), S_OK);
-  EXPECT_EQ(count, 2);
-  EXPECT_EQ(list_->GetChangedDeptCount(u"not a number", &count), S_OK);
-  EXPECT_EQ(count, 3);  // converted as 0: every version above 0
-  EXPECT_EQ(list_->GetChangedDeptCount(u"  -3xyz", &count), S_OK);
-  EXPECT_EQ(count, 4);
   ULONG ids[4] = {};
   ASSERT_EQ(list_->GetChangedDeptIds(u"4", ids, &count), S_OK);
   ASSERT_EQ(count, 2);
   EXPECT_EQ(ids[0] + ids[1], 5u);
-  count = -1;
-  EXPECT_EQ(list_->GetChangedDeptIds(u"1", nullptr, &count), S_OK);  // the count alone
-  EXPECT_EQ(count, 2);
-  EXPECT_EQ(list_->GetChangedDeptIds(u"100", ids, &count), S_OK);  // zero rows still S_OK
-  EXPECT_EQ(count, 0);
+  // The count alone; and zero rows still succeed.
+  EXPECT_EQ(AnswerOver(-1, list_, &CUserList::GetChangedDeptIds, u"1", nullptr), "S_OK 2");
+  EXPECT_EQ(AnswerOver(2, list_, &CUserList::GetChangedDeptIds, u"100", ids), "S_OK 0");
   EXPECT_EQ(list_->GetChangedDeptCount(nullptr, &count), E_INVALIDARG);
 }
 

@@ -14,6 +14,7 @@
 #include "org/KeyDepts.h"
 #include "org/PortalStore.h"
 #include "org/UserGrid.h"
+#include "platform/Text.h"
 #include "tests/org/FakeClientRoot.h"
 #include "tests/org/XmlStoreTest.h"
 #include "tests/support/HangGuard.h"
@@ -30,27 +31,27 @@ class NotAClientRoot : public ComObject<IUnknown> {};
 class XmlStoreLifecycleTest : public testing::Test {
  protected:
   std::string File(const char* name) const { return root_.ReadBytes(name).value_or("<missing>"); }
+  // A new store opened on `name` in the data root, without a client.
+  template <typename Store>
+  ComPtr<Store> Open(const char* name, HRESULT expected = S_OK) {
+    auto store = MakeStore<Store>();
+    EXPECT_EQ(store->Initialize(root_.File(FromUtf8(name)).c_str(), nullptr), expected) << name;
+    return store;
+  }
   TempDataRoot root_;
 };
 
 TEST_F(XmlStoreLifecycleTest, EachStoreWritesItsTemplateForAMissingFile) {
-  auto grid = MakeStore<CUserGrid>();
-  auto keys = MakeStore<CKeyDepts>();
-  auto leader = MakeStore<CDeptLeader>();
-  auto portal = MakeStore<CPortalStore>();
-  EXPECT_EQ(grid->Initialize(root_.File(u"UserGrid.xml").c_str(), nullptr), S_OK);
-  EXPECT_EQ(keys->Initialize(root_.File(u"KeyDepts.xml").c_str(), nullptr), S_OK);
-  EXPECT_EQ(leader->Initialize(root_.File(u"Leader.xml").c_str(), nullptr), S_OK);
-  EXPECT_EQ(portal->Initialize(root_.File(u"PortalIcon/EPortal.xml").c_str(), nullptr), S_OK);
+  auto grid = Open<CUserGrid>("UserGrid.xml");
+  auto keys = Open<CKeyDepts>("KeyDepts.xml");
+  auto leader = Open<CDeptLeader>("Leader.xml");
+  auto portal = Open<CPortalStore>("PortalIcon/EPortal.xml");
   EXPECT_EQ(File("UserGrid.xml"), kHeader + "<UserGrid ProVer=\"0\"/>\n");
   EXPECT_EQ(File("KeyDepts.xml"), kHeader + "<KeyDepts ProVer=\"0\"/>\n");
   EXPECT_EQ(File("Leader.xml"), kHeader + "<Leader ProVer=\"0\"/>\n");
   EXPECT_EQ(File("PortalIcon/EPortal.xml"), kHeader + "<Portal ProVer=\"0\"/>\n");
-  LONG version = -1;
-  EXPECT_EQ(grid->GetVersion(&version), S_OK);
-  EXPECT_EQ(version, 0);
-  EXPECT_EQ(keys->GetVersion(&version), S_OK);
-  EXPECT_EQ(version, 0);
+  EXPECT_EQ(AnswerOver(-1, grid, &CUserGrid::GetVersion), "S_OK 0");
+  EXPECT_EQ(AnswerOver(-1, keys, &CKeyDepts::GetVersion), "S_OK 0");
 }
 
 TEST_F(XmlStoreLifecycleTest, UnreadableFilesAreReplacedByTheTemplate) {
@@ -67,8 +68,7 @@ TEST_F(XmlStoreLifecycleTest, UnreadableFilesAreReplacedByTheTemplate) {
   };
   for (const std::string& bytes : broken) {
     root_.WriteBytes("UserGrid.xml", bytes);
-    auto grid = MakeStore<CUserGrid>();
-    EXPECT_EQ(grid->Initialize(root_.File(u"UserGrid.xml").c_str(), nullptr), S_OK);
+    Open<CUserGrid>("UserGrid.xml");
     EXPECT_EQ(File("UserGrid.xml"), kHeader + "<UserGrid ProVer=\"0\"/>\n") << bytes;
   }
   EXPECT_TRUE(log.Records().empty());
@@ -90,16 +90,14 @@ TEST_F(XmlStoreLifecycleTest, UnreadableFilesAreReplacedByTheTemplate) {
   // the opening fails at once instead of waiting for a writer.
   ASSERT_TRUE(MakeFifo(root_.NativeFile("UserGrid.xml")));
   HangGuard guard;
-  auto grid = MakeStore<CUserGrid>();
-  EXPECT_EQ(grid->Initialize(root_.File(u"UserGrid.xml").c_str(), nullptr), E_FAIL);
+  auto grid = Open<CUserGrid>("UserGrid.xml", E_FAIL);
   EXPECT_EQ(grid->SetGrid(u"a", 1), E_FAIL);
 }
 
 TEST_F(XmlStoreLifecycleTest, ReadOnlyFileIsMadeWritableByTheFirstSave) {
   root_.WriteBytes("UserGrid.xml", kHeader + "<UserGrid ProVer=\"1\"/>\n");
   ASSERT_EQ(::chmod(root_.NativeFile("UserGrid.xml").c_str(), 0444), 0);
-  auto grid = MakeStore<CUserGrid>();
-  ASSERT_EQ(grid->Initialize(root_.File(u"UserGrid.xml").c_str(), nullptr), S_OK);
+  auto grid = Open<CUserGrid>("UserGrid.xml");
   ASSERT_EQ(grid->SetGrid(u"a", 1), S_OK);
   EXPECT_EQ(grid->Close(), S_OK);
   struct stat info {};
@@ -110,23 +108,19 @@ TEST_F(XmlStoreLifecycleTest, ReadOnlyFileIsMadeWritableByTheFirstSave) {
 
 TEST_F(XmlStoreLifecycleTest, FailedSaveIsReportedButCloseSucceeds) {
   std::filesystem::create_directories(root_.NativeFile("acct"));
-  auto grid = MakeStore<CUserGrid>();
-  ASSERT_EQ(grid->Initialize(root_.File(u"acct/UserGrid.xml").c_str(), nullptr), S_OK);
+  auto grid = Open<CUserGrid>("acct/UserGrid.xml");
   ASSERT_EQ(grid->SetGrid(u"a", 5), S_OK);
   std::filesystem::remove_all(root_.NativeFile("acct"));  // nowhere to write
   LogCapture log;
   EXPECT_EQ(grid->Close(), S_OK);
   EXPECT_GE(log.CountLevel(u"important"), 1u);
   EXPECT_NE(log.Records().front().text.find(u"ASSERT HAPPENS!"), std::u16string::npos);
-  LONG value = 0;
-  EXPECT_EQ(grid->GetGrid(u"a", &value), S_OK);  // the change stays in memory
-  EXPECT_EQ(value, 5);
+  EXPECT_EQ(Answer(grid, &CUserGrid::GetGrid, u"a"), "S_OK 5");  // the change stays in memory
   EXPECT_FALSE(std::filesystem::exists(root_.NativeFile("acct")));
 
   // A folder that does not exist cannot take the template either.
   log.Clear();
-  auto other = MakeStore<CUserGrid>();
-  EXPECT_EQ(other->Initialize(root_.File(u"none/UserGrid.xml").c_str(), nullptr), E_FAIL);
+  auto other = Open<CUserGrid>("none/UserGrid.xml", E_FAIL);
   EXPECT_GE(log.CountLevel(u"important"), 1u);
   EXPECT_EQ(other->SetGrid(u"a", 1), E_FAIL);  // stays uninitialised
 }
@@ -146,23 +140,17 @@ TEST_F(XmlStoreLifecycleTest, OperationsBeforeInitializeFailWithoutLogging) {
   auto grid = MakeStore<CUserGrid>();
   auto keys = MakeStore<CKeyDepts>();
   auto leader = MakeStore<CDeptLeader>();
+  EXPECT_EQ(AnswerOver(4, grid, &CUserGrid::GetVersion), "E_FAIL 0");
   LONG value = 4;
   ULONG ids[2] = {1, 2};
   LONG count = 2;
-  EXPECT_EQ(grid->GetVersion(&value), E_FAIL);
-  EXPECT_EQ(value, 0);
-  int call = 0;
-  for (const HRESULT hr :
-       {grid->SetVersion(1), grid->GetGrid(u"a", &value), grid->SetGrid(u"a", 1), grid->Clear(),
-        keys->GetVersion(&value), keys->SetVersion(1), keys->GetKeyDepts(u"a", ids, &count),
-        keys->SetKeyDepts(u"a", ids, &count), keys->ResetIfExpired(), leader->GetVersion(&value),
-        leader->SetVersion(1), leader->GetLeader(1, &value), leader->SetLeader(1, 1, 1),
-        leader->DeleteDept(1), leader->ResetIfExpired()}) {
-    EXPECT_EQ(hr, E_FAIL) << "call " << call++;
-  }
-  EXPECT_EQ(grid->Close(), S_OK);
-  EXPECT_EQ(keys->Close(), S_OK);
-  EXPECT_EQ(leader->Close(), S_OK);
+  ExpectEach(E_FAIL, {grid->SetVersion(1), grid->GetGrid(u"a", &value), grid->SetGrid(u"a", 1),
+                      grid->Clear(), keys->GetVersion(&value), keys->SetVersion(1),
+                      keys->GetKeyDepts(u"a", ids, &count), keys->SetKeyDepts(u"a", ids, &count),
+                      keys->ResetIfExpired(), leader->GetVersion(&value), leader->SetVersion(1),
+                      leader->GetLeader(1, &value), leader->SetLeader(1, 1, 1),
+                      leader->DeleteDept(1), leader->ResetIfExpired()});
+  ExpectEach(S_OK, {grid->Close(), keys->Close(), leader->Close()});
   grid.reset();
   keys.reset();
   leader.reset();
@@ -171,17 +159,14 @@ TEST_F(XmlStoreLifecycleTest, OperationsBeforeInitializeFailWithoutLogging) {
 }
 
 TEST_F(XmlStoreLifecycleTest, InitializeAgainStartsOverOnTheNewFile) {
-  auto grid = MakeStore<CUserGrid>();
-  ASSERT_EQ(grid->Initialize(root_.File(u"one.xml").c_str(), nullptr), S_OK);
+  auto grid = Open<CUserGrid>("one.xml");
   ASSERT_EQ(grid->SetGrid(u"a", 1), S_OK);
   ASSERT_EQ(grid->Close(), S_OK);
   ASSERT_EQ(grid->SetGrid(u"a", 2), S_OK);  // not flushed: lost at the account change
   // A client that is not a client root is kept as no client, without error.
   auto not_a_root = MakeStore<NotAClientRoot>();
   ASSERT_EQ(grid->Initialize(root_.File(u"two.xml").c_str(), not_a_root.get()), S_OK);
-  LONG value = -1;
-  EXPECT_EQ(grid->GetGrid(u"a", &value), S_OK);
-  EXPECT_EQ(value, 0);
+  EXPECT_EQ(AnswerOver(-1, grid, &CUserGrid::GetGrid, u"a"), "S_OK 0");
   EXPECT_EQ(grid->Close(), S_OK);
   EXPECT_EQ(File("two.xml"), kHeader + "<UserGrid ProVer=\"0\"/>\n");
   EXPECT_NE(File("one.xml").find("Grid=\"1\""), std::string::npos);

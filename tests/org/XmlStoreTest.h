@@ -8,6 +8,7 @@
 
 #include "platform/Text.h"
 #include "tests/org/FixedUnixClock.h"
+#include "tests/support/Answer.h"
 #include "tests/support/MakeStore.h"
 #include "tests/support/TempDataRoot.h"
 

@@ -6,6 +6,7 @@
 #include "platform/Files.h"
 #include "platform/Text.h"
 #include "profiles/MobileProfileStore.h"
+#include "tests/support/Answer.h"
 #include "tests/support/ErrorDescription.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/MakeStore.h"
@@ -161,16 +162,14 @@ TEST_F(MobileProfileStoreTest, OpeningFailuresAndBadInputAnswerTheirStatus) {
   EXPECT_EQ(TakeErrorDescription(), u"The mobile profile needs a file path.");
   MobileProfileItem item = Entry(u"x");
   LONG count = 0;
-  EXPECT_EQ(store_->AddItem(&item), E_FAIL);
-  EXPECT_EQ(store_->GetItemCount(&count), E_FAIL);
-  EXPECT_EQ(store_->DeleteItem(u"kept"), E_FAIL);
+  ExpectEach(E_FAIL,
+             {store_->AddItem(&item), store_->GetItemCount(&count), store_->DeleteItem(u"kept")});
   // A template that cannot be saved still is the document: the store has no opened flag, and
   // its operations work on it until a later Close writes it.
   EXPECT_EQ(store_->Initialize(root_.File(u"no/folder/MobileProfile.xml").c_str()), E_FAIL);
   EXPECT_EQ(TakeErrorDescription(), u"The mobile profile cannot be written to " +
                                         root_.File(u"no/folder/MobileProfile.xml"));
-  EXPECT_EQ(store_->GetItemCount(&count), S_OK);
-  EXPECT_EQ(count, 0);
+  EXPECT_EQ(AnswerOver(-1, store_, &CMobileProfileStore::GetItemCount), "S_OK 0");
   EXPECT_EQ(store_->GetItem(u"kept", &item), E_FAIL);
   EXPECT_EQ(store_->DeleteItem(u"kept"), E_INVALIDARG);
   ASSERT_TRUE(CreateFolders(root_.File(u"no/folder")));

@@ -7,6 +7,7 @@
 
 #include "platform/Text.h"
 #include "profiles/WEZItemStore.h"
+#include "tests/support/Answer.h"
 #include "tests/support/ErrorDescription.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/MakeStore.h"
@@ -35,10 +36,10 @@ ItemField Record(std::u16string_view id, std::u16string_view value = u"") {
 class ItemStoreTest : public testing::Test {
  protected:
   void SetUp() override { Open(); }
-  void Open(const char16_t* name = u"WEZExtBuddy.xml") {
+  void Open(const char16_t* name = u"WEZExtBuddy.xml", HRESULT expected = S_OK) {
     store_ = MakeStore<CWEZItemStore>();
     BSTR path = SysAllocString(root_.File(name).c_str());
-    ASSERT_EQ(store_->Initialize(path), S_OK);
+    EXPECT_EQ(store_->Initialize(path), expected) << ToUtf8(name);
     SysFreeString(path);
   }
   std::string File(const char* name = "WEZExtBuddy.xml") const {
@@ -63,11 +64,6 @@ class ItemStoreTest : public testing::Test {
     EXPECT_EQ(store_->GetItemCount(&count), S_OK);
     return count;
   }
-  std::string Find(const char16_t* text) const {
-    BSTR name = nullptr;
-    EXPECT_EQ(store_->FindItemByFieldValue(text, &name), S_OK);
-    return Utf8AndFree(name);
-  }
 
   TempDataRoot root_;
   LogCapture log_;
@@ -89,10 +85,7 @@ TEST_F(ItemStoreTest, OpeningWritesTheTemplateAndItsLogLineOnlyWhenTheFileCannot
     EXPECT_EQ(Count(), readable ? 1 : 0) << bytes;
   }
   // A file that cannot be written: the template serves in memory; a failed save is reported.
-  store_ = MakeStore<CWEZItemStore>();
-  BSTR unwritable = SysAllocString(root_.File(u"no/folder/WEZExtBuddy.xml").c_str());
-  EXPECT_EQ(store_->Initialize(unwritable), E_FAIL);
-  SysFreeString(unwritable);
+  Open(u"no/folder/WEZExtBuddy.xml", E_FAIL);
   Set(u"a", {});
   EXPECT_EQ(Count(), 1);
   log_.Clear();
@@ -183,11 +176,11 @@ TEST_F(ItemStoreTest, ExpressionsLongerThan127CharactersFindNothing) {
 
 TEST_F(ItemStoreTest, BadInputAnswersAStatusAndNeverWritesPastTheRecords) {
   log_.Clear();
-  EXPECT_EQ(store_->SetItemFields(u"say \"hi\"", nullptr, 0), E_FAIL);
   ItemField quoted = Record(u"a\"b", u"v");
-  EXPECT_EQ(store_->SetItemFields(u"ok", &quoted, 1), E_FAIL);
-  EXPECT_EQ(store_->SetItemFields(u"bell\a", nullptr, 0), E_FAIL);
-  EXPECT_EQ(store_->SetItemFields(u"ok", nullptr, 2), E_FAIL);
+  ExpectEach(
+      E_FAIL,
+      {store_->SetItemFields(u"say \"hi\"", nullptr, 0), store_->SetItemFields(u"ok", &quoted, 1),
+       store_->SetItemFields(u"bell\a", nullptr, 0), store_->SetItemFields(u"ok", nullptr, 2)});
   EXPECT_EQ(log_.CountLevel(u"important"), 4u);
   EXPECT_EQ(store_->GetItemCount(nullptr), E_INVALIDARG);
   EXPECT_EQ(store_->FindItemByFieldValue(u"x", nullptr), E_INVALIDARG);
@@ -210,10 +203,10 @@ TEST_F(ItemStoreTest, BadInputAnswersAStatusAndNeverWritesPastTheRecords) {
   // Before Initialize there is no document: every operation fails and nothing is written.
   store_ = MakeStore<CWEZItemStore>();
   BSTR name = nullptr;
-  EXPECT_EQ(store_->SetItemFields(u"a", out, 1), E_FAIL);
-  EXPECT_EQ(store_->GetItemFields(u"a", out, &written), E_FAIL);
-  EXPECT_EQ(store_->ExportToFile(root_.File(u"t.xml").c_str()), E_FAIL);
-  EXPECT_EQ(store_->FindItemByFieldValue(u"a", &name), E_FAIL);
+  ExpectEach(E_FAIL,
+             {store_->SetItemFields(u"a", out, 1), store_->GetItemFields(u"a", out, &written),
+              store_->ExportToFile(root_.File(u"t.xml").c_str()),
+              store_->FindItemByFieldValue(u"a", &name)});
   EXPECT_EQ(Utf8AndFree(name), "");
   EXPECT_EQ(store_->Close(), S_OK);
   EXPECT_FALSE(root_.ReadBytes("t.xml").has_value());
@@ -240,7 +233,9 @@ TEST_F(ItemStoreTest, FindingAnItemComparesByOrderNotEquality) {
       {u"b", "second"}, {u"d", "second"},   {u"f", ""},      {u"a", "first"},
       {u"", "first"},   {nullptr, "first"}, {u"Z", "first"}, {u"cc", "second"},
   };
-  for (const auto& [text, expected] : cases) EXPECT_EQ(Find(text), expected);
+  for (const auto& [text, expected] : cases) {
+    EXPECT_EQ(Answer(store_, &CWEZItemStore::FindItemByFieldValue, text), "S_OK " + expected);
+  }
 }
 
 TEST_F(ItemStoreTest, FieldListIsAZeroBasedArrayOfValuesOrLeavesTheVariantAlone) {

@@ -5,6 +5,7 @@
 #include "profiles/WEZProfileProStore.h"
 #include "storage/FixedField.h"
 #include "tests/profiles/EncipheredStoreTest.h"
+#include "tests/support/Answer.h"
 
 namespace vk::test {
 namespace {
@@ -112,16 +113,14 @@ TEST_F(WEZProfileProStoreTest, BadArgumentsAndMissingDocumentFailWithoutLosingDa
   ASSERT_EQ(Set(u"bob", {Field(u"A", u"1")}), S_OK);
   log_.Clear();
   // Quotes make the expressions invalid; control characters cannot be stored.
-  EXPECT_EQ(Set(u"b\"ob", {Field(u"A", u"2")}), E_FAIL);
-  EXPECT_EQ(Set(u"bob", {Field(u"A\"", u"2")}), E_FAIL);
-  EXPECT_EQ(Set(u"bob", {Field(u"A", u"\x02")}), E_FAIL);
-  EXPECT_EQ(store_->DeleteBuddy(u"\""), E_FAIL);
+  ExpectEach(E_FAIL, {Set(u"b\"ob", {Field(u"A", u"2")}), Set(u"bob", {Field(u"A\"", u"2")}),
+                      Set(u"bob", {Field(u"A", u"\x02")}), store_->DeleteBuddy(u"\"")});
   EXPECT_EQ(Assertions(), 4u);
   EXPECT_EQ(Fields(u"bob"), (Pairs{u"A=1"}));
   EXPECT_EQ(store_->SetBuddyFields(u"bob", nullptr, 1), E_FAIL);
-  EXPECT_EQ(store_->GetBuddyFieldCount(u"bob", nullptr), E_INVALIDARG);
-  EXPECT_EQ(store_->GetBuddyFields(u"bob", nullptr), E_INVALIDARG);
-  EXPECT_EQ(store_->GetBuddyField(u"bob", u"A", nullptr), E_INVALIDARG);
+  ExpectEach(E_INVALIDARG,
+             {store_->GetBuddyFieldCount(u"bob", nullptr), store_->GetBuddyFields(u"bob", nullptr),
+              store_->GetBuddyField(u"bob", u"A", nullptr)});
 
   // Before the first opening every operation but Close fails, silently.
   auto fresh = MakeStore<CWEZProfileProStore>();
@@ -130,12 +129,9 @@ TEST_F(WEZProfileProStoreTest, BadArgumentsAndMissingDocumentFailWithoutLosingDa
   VARIANT v;
   VariantInit(&v);
   log_.Clear();
-  EXPECT_EQ(fresh->SetBuddyFields(u"a", &f, 1), E_FAIL);
-  EXPECT_EQ(fresh->DeleteBuddy(u"a"), E_FAIL);
-  EXPECT_EQ(fresh->GetBuddyFieldCount(u"a", &count), E_FAIL);
-  EXPECT_EQ(fresh->GetBuddyFields(u"a", &f), E_FAIL);
-  EXPECT_EQ(fresh->GetBuddyField(u"a", u"A", &v), E_FAIL);
-  EXPECT_EQ(fresh->SetBuddyField(u"a", u"A", v), E_FAIL);
+  ExpectEach(E_FAIL, {fresh->SetBuddyFields(u"a", &f, 1), fresh->DeleteBuddy(u"a"),
+                      fresh->GetBuddyFieldCount(u"a", &count), fresh->GetBuddyFields(u"a", &f),
+                      fresh->GetBuddyField(u"a", u"A", &v), fresh->SetBuddyField(u"a", u"A", v)});
   EXPECT_EQ(fresh->Close(), S_OK);
   EXPECT_EQ(Assertions(), 0u);
 }

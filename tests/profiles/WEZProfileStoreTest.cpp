@@ -5,6 +5,7 @@
 #include "profiles/WEZProfileStore.h"
 #include "storage/FixedField.h"
 #include "tests/profiles/EncipheredStoreTest.h"
+#include "tests/support/Answer.h"
 
 namespace vk::test {
 namespace {
@@ -144,23 +145,18 @@ TEST_F(WEZProfileStoreTest, BadArgumentsAreRefusedAndLoseNothing) {
   EXPECT_EQ(FieldText(Get(u"eve").value().name), u"old");
   ProfileInfo p{};
   LONG count = 0;
-  EXPECT_EQ(store_->SetProfile(nullptr), E_INVALIDARG);
-  EXPECT_EQ(store_->GetProfile(nullptr), E_INVALIDARG);
-  EXPECT_EQ(store_->GetProfileCount(nullptr), E_INVALIDARG);
-  EXPECT_EQ(store_->GetProfiles(nullptr, &count), E_INVALIDARG);
-  EXPECT_EQ(store_->GetProfiles(&p, nullptr), E_INVALIDARG);
+  ExpectEach(E_INVALIDARG, {store_->SetProfile(nullptr), store_->GetProfile(nullptr),
+                            store_->GetProfileCount(nullptr), store_->GetProfiles(nullptr, &count),
+                            store_->GetProfiles(&p, nullptr)});
   EXPECT_EQ(Assertions(), 6u);
 
   // Before the first opening every operation fails through the guard; Close does nothing.
   auto fresh = MakeStore<CWEZProfileStore>();
   BSTR nick = nullptr;
   log_.Clear();
-  EXPECT_EQ(fresh->GetProfile(&p), E_FAIL);
-  EXPECT_EQ(fresh->GetProfileCount(&count), E_FAIL);
-  EXPECT_EQ(fresh->GetProfiles(&p, &count), E_FAIL);
-  EXPECT_EQ(fresh->GetNickByUin(1, &nick), E_FAIL);
-  EXPECT_EQ(fresh->DeleteProfile(u"a"), E_FAIL);
-  EXPECT_EQ(fresh->Initialize(nullptr), E_FAIL);
+  ExpectEach(E_FAIL, {fresh->GetProfile(&p), fresh->GetProfileCount(&count),
+                      fresh->GetProfiles(&p, &count), fresh->GetNickByUin(1, &nick),
+                      fresh->DeleteProfile(u"a"), fresh->Initialize(nullptr)});
   EXPECT_EQ(Assertions(), 6u);
   EXPECT_EQ(fresh->Close(), S_OK);
   EXPECT_EQ(fresh->SetUserList(nullptr), S_OK);

@@ -6,12 +6,15 @@
 
 #include "runtime/ComPtr.h"
 #include "settings/OptionStore.h"
+#include "tests/support/Answer.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TempDataRoot.h"
 #include "tests/support/Utf16Le.h"
 
 namespace {
 
+using vk::test::AnswerOver;
+using vk::test::ExpectEach;
 using vk::test::Utf16Le;
 
 class OptionStoreTest : public ::testing::Test {
@@ -38,11 +41,8 @@ TEST_F(OptionStoreTest, RoundTripsEveryTypeInSectionDefault) {
   EXPECT_EQ(FileBytes(), "\xFF\xFE" + Utf16Le(u"[Default]\r\nCount=-2147483648\r\n"
                                               u"Name=张三 x\r\nBlob=10FE000E\r\n"));
 
-  LONG number = 5;
-  EXPECT_EQ(store->GetInt(u"count", &number), S_OK);
-  EXPECT_EQ(number, INT_MIN);
-  EXPECT_EQ(store->GetInt(u"missing", &number), S_OK);
-  EXPECT_EQ(number, 0);
+  EXPECT_EQ(AnswerOver(5, store, &IOptionStore::GetInt, u"count"), "S_OK -2147483648");
+  EXPECT_EQ(AnswerOver(5, store, &IOptionStore::GetInt, u"missing"), "S_OK 0");
   OLECHAR text[16] = {};
   EXPECT_EQ(store->GetString(u"NAME", text, sizeof text), S_OK);
   EXPECT_EQ(std::u16string(text), u"张三 x");
@@ -57,20 +57,16 @@ TEST_F(OptionStoreTest, RoundTripsEveryTypeInSectionDefault) {
 TEST_F(OptionStoreTest, GetStringCopiesABoundedCountWithoutTerminator) {
   ASSERT_EQ(store->Open(Path().c_str()), S_OK);
   ASSERT_EQ(store->SetString(u"k", u"abcdef"), S_OK);
-  OLECHAR buffer[8];
-  std::fill(std::begin(buffer), std::end(buffer), u'#');
-  // 8 bytes: three characters, the fourth position untouched.
-  EXPECT_EQ(store->GetString(u"k", buffer, 8), S_OK);
-  EXPECT_EQ(std::u16string(buffer, 8), u"abc#####");
-  std::fill(std::begin(buffer), std::end(buffer), u'#');
-  EXPECT_EQ(store->GetString(u"k", buffer, 14), S_OK);  // exactly (14 / 2) - 1 = 6
-  EXPECT_EQ(std::u16string(buffer, 8), u"abcdef##");
-  std::fill(std::begin(buffer), std::end(buffer), u'#');
-  EXPECT_EQ(store->GetString(u"k", buffer, 16), S_OK);  // shorter: zero padded to 7
-  EXPECT_EQ(std::u16string(buffer, 8), std::u16string(u"abcdef\0#", 8));
-  std::fill(std::begin(buffer), std::end(buffer), u'#');
-  EXPECT_EQ(store->GetString(u"k", buffer, 1), S_OK);  // no room at all
-  EXPECT_EQ(buffer[0], u'#');
+  // {buffer size in bytes, the buffer afterwards}: (size / 2) - 1 characters at most, the
+  // rest of them zero when the value is shorter, and nothing at all without room.
+  const std::pair<UINT, std::u16string> cases[] = {
+      {8, u"abc#####"}, {14, u"abcdef##"}, {16, std::u16string(u"abcdef\0#", 8)}, {1, u"########"}};
+  for (const auto& [bytes, expected] : cases) {
+    OLECHAR buffer[8];
+    std::fill(std::begin(buffer), std::end(buffer), u'#');
+    EXPECT_EQ(store->GetString(u"k", buffer, bytes), S_OK) << bytes;
+    EXPECT_EQ(std::u16string(buffer, 8), expected) << bytes;
+  }
 
   // The local buffer holds 255 characters.
   const std::u16string long_value(300, u'v');
@@ -81,13 +77,10 @@ TEST_F(OptionStoreTest, GetStringCopiesABoundedCountWithoutTerminator) {
 }
 
 TEST_F(OptionStoreTest, CallsBeforeOpen) {
-  LONG number = 9;
   const unsigned char data[] = {1};
-  EXPECT_EQ(store->SetInt(u"k", 1), S_FALSE);
-  EXPECT_EQ(store->SetString(u"k", u"v"), S_FALSE);
-  EXPECT_EQ(store->SetStruct(u"k", data, 1), S_FALSE);
-  EXPECT_EQ(store->GetInt(u"k", &number), S_FALSE);
-  EXPECT_EQ(number, 9);
+  ExpectEach(S_FALSE, {store->SetInt(u"k", 1), store->SetString(u"k", u"v"),
+                       store->SetStruct(u"k", data, 1)});
+  EXPECT_EQ(AnswerOver(9, store, &IOptionStore::GetInt, u"k"), "S_FALSE 9");
   EXPECT_EQ(log.CountLevel(u"important"), 4u);
   EXPECT_EQ(FileBytes(), "\xFF\xFE");
 
@@ -114,9 +107,7 @@ TEST_F(OptionStoreTest, FailuresAndReopening) {
   EXPECT_EQ(store->SetInt(u"k", 12), S_OK);  // a missing file is created in UTF-16
   EXPECT_EQ(root.ReadBytes("wez.cfg"), "\xFF\xFE" + Utf16Le(u"[Default]\r\nk=12\r\n"));
   ASSERT_EQ(store->Open(Path().c_str()), S_OK);
-  LONG number = 3;
-  EXPECT_EQ(store->GetInt(u"k", &number), S_OK);
-  EXPECT_EQ(number, 0);
+  EXPECT_EQ(AnswerOver(3, store, &IOptionStore::GetInt, u"k"), "S_OK 0");
   EXPECT_EQ(log.CountLevel(u"important"), 1u);
 }
 
