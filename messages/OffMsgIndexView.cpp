@@ -169,15 +169,9 @@ OffMsgIndexView OffMsgIndexView::Read(std::u16string_view path) {
   }
   bool read = false;
   if (threaded) {
-    try {
+    queue.TakeWhileReading(parser, [&] {
       while (std::unique_ptr<OffMsgRecordBatch> taken = queue.Pop()) view.Add(*taken);
-    } catch (...) {
-      queue.Abandon();
-      parser.join();
-      throw;
-    }
-    queue.Abandon();  // the parser has finished; nothing waits
-    parser.join();
+    });
     read = !queue.Failed();
   } else {
     read = scan();

@@ -218,17 +218,8 @@ bool UserListImport::Write(xmlTextReader* reader, xmlNode* root, sqlite3* db) {
   ImportBatchQueue queue;
   bool parsed = false;
   std::thread parser([&] { parsed = Parse(reader, speller_, queue); });
-  bool failed = true;
-  try {
-    failed = !WriteRows(queue, db);
-  } catch (...) {
-    queue.Abandon();
-    parser.join();
-    throw;
-  }
-  queue.Abandon();  // the parser has finished; nothing waits
-  parser.join();
-  failed = failed || !parsed;
+  const bool failed =
+      !queue.TakeWhileReading(parser, [&] { return WriteRows(queue, db); }) || !parsed;
   if (failed) {
     // Malformed part-way: nothing of this file may be used.
     if (in_transaction) SqlStore::Exec(db, "ROLLBACK");

@@ -7,6 +7,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <thread>
 
 namespace vk {
 
@@ -41,6 +42,20 @@ class BatchQueue {
     batches_.pop_front();
     changed_.notify_all();
     return batch;
+  }
+  // Runs the taking side's `work` while `reader` fills the queue; then, also when `work`
+  // throws, lets the reader go on past any batch it still has and waits for it to end.
+  template <typename Work>
+  auto TakeWhileReading(std::thread& reader, Work&& work) -> decltype(work()) {
+    struct Ending {
+      BatchQueue& queue;
+      std::thread& reader;
+      ~Ending() {
+        queue.Abandon();
+        reader.join();
+      }
+    } ending{*this, reader};
+    return work();
   }
   bool Failed() {
     std::lock_guard<std::mutex> hold(mutex_);
