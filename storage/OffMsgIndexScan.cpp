@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "platform/ReadableFile.h"
-#include "storage/GbkDecoder.h"
 #include "platform/Text.h"
+#include "storage/GbkDecoder.h"
 #include "storage/LeadingDigits.h"
 #include "storage/XmlErrorTrap.h"
 #include "storage/XmlParsePolicy.h"
