@@ -1,6 +1,7 @@
 // The offline-message files of both channels as found on disk. The input holds up to four
 // parts (instant-message index, its data file, discussion index, its data file); a missing
 // part is a missing file. Every reading operation runs, then the index rewrites.
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -8,6 +9,8 @@
 #include "client/ModuleSite.h"
 #include "fuzz/FuzzSupport.h"
 #include "messages/LocalOffMsgStore.h"
+#include "platform/ReadableFile.h"
+#include "storage/OffMsgIndexScan.h"
 
 namespace {
 
@@ -40,6 +43,37 @@ void ReadList(VARIANT& list, std::u16string& first_id) {
   }
 }
 
+struct Scanned {
+  bool ok = false;
+  std::vector<std::string> ids;
+};
+
+Scanned Scan(vk::ReadableFile& file, const vk::OffMsgIndexScan::Part& part) {
+  Scanned s;
+  s.ok = vk::OffMsgIndexScan::Scan(
+      file, part, [](const vk::OffMsgAttributes&) {},
+      [&](const vk::OffMsgAttributes& a) { s.ids.push_back(a.Utf8("MsgID").value_or("")); });
+  return s;
+}
+
+// A large index is read in two parts when the first one reads: the two must then give what
+// the whole file gives, wherever the split falls.
+void CheckTwoParts(const std::u16string& path) {
+  vk::ReadableFile file(path);
+  if (!file.IsOpen()) return;
+  std::optional<vk::OffMsgIndexScan::Split> split = vk::OffMsgIndexScan::FindSplit(file, 0.45);
+  if (!split) return;
+  const Scanned first = Scan(file, split->First());
+  if (!first.ok) return;
+  const Scanned second = Scan(file, split->Second());
+  const Scanned whole = Scan(file, {});
+  vk::fuzz::Expect(second.ok == whole.ok, "the two parts read as the whole file does");
+  if (!whole.ok) return;
+  std::vector<std::string> ids = first.ids;
+  ids.insert(ids.end(), second.ids.begin(), second.ids.end());
+  vk::fuzz::Expect(ids == whole.ids, "the two parts hold the whole file's records");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -52,6 +86,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   vk::ComPtr<CLocalOffMsgStore> store(new CLocalOffMsgStore());
   if (store->Init(site.get()) != S_OK || store->OpenAccount() != S_OK) return 0;
   for (size_t i = 0; i < parts.size(); ++i) scratch.Write(kFiles[i], parts[i]);
+  CheckTwoParts(scratch.File(kFiles[0]));
 
   LONG value = 0, addr = 0, time = 0, disc_addr = 0;
   store->GetTotalCount(&value);

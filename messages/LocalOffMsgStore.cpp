@@ -166,12 +166,7 @@ HRESULT CLocalOffMsgStore::GetIndexesFromXML(const std::u16string& index,
   std::shared_ptr<const vk::OffMsgIndexView> view = indexes_.View(index);
   // A file that does not read to its end adds nothing.
   if (!view->Readable()) return E_FAIL;
-  const bool discussion = index == discussion_.index;
-  for (const vk::OffMsgConversation* c : view->Conversations()) {
-    vk::OffMsgConversation copy = *c;
-    copy.discussion = discussion;
-    into.Add(std::move(copy));
-  }
+  into.Add(std::move(view), index == discussion_.index);
   return S_OK;
 }
 
@@ -192,11 +187,12 @@ HRESULT CLocalOffMsgStore::GetIndexes(VARIANT* out) {
     // item the client cannot make or fill ends the list where it is, as the pass that would
     // have made it fails: a failing IM pass hands out nothing, a failing discussion pass the
     // list built so far.
-    for (const vk::OffMsgConversation& c : conversations.InOrder()) {
+    for (const vk::OffMsgConversations::Entry& entry : conversations.InOrder()) {
+      const vk::OffMsgConversation& c = *entry.first;
       IDataItem* item = nullptr;
       HRESULT set = root_->CreateDataItem(&item);
       if (SUCCEEDED(set) && item == nullptr) set = E_POINTER;
-      if (SUCCEEDED(set)) set = item->SetIntAttr(u"Count", c.count);
+      if (SUCCEEDED(set)) set = item->SetIntAttr(u"Count", entry.count);
       if (SUCCEEDED(set)) set = item->SetIntAttr(u"CreateTime", c.create_time);
       if (SUCCEEDED(set)) set = item->SetTextAttr(u"SessionDesc", c.session_desc.c_str());
       if (SUCCEEDED(set)) set = item->SetTextAttr(u"Actor", c.actor.c_str());
@@ -206,11 +202,11 @@ HRESULT CLocalOffMsgStore::GetIndexes(VARIANT* out) {
       if (SUCCEEDED(set)) set = list->Append(item);
       if (item != nullptr) item->Release();
       if (FAILED(set)) {
-        const std::u16string& file = c.discussion ? discussion_.index : im_.index;
+        const std::u16string& file = entry.discussion ? discussion_.index : im_.index;
         Trace(vk::FormatWide(
             u"CLocalOffMsgStore::GetIndexesFromXML Processing Elements error -- FileName=%s \n",
             file.c_str()));
-        if (!c.discussion) {
+        if (!entry.discussion) {
           list->Release();
           return E_FAIL;
         }

@@ -5,30 +5,50 @@
 // gives.
 #pragma once
 
-#include <list>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <unordered_map>
+#include <vector>
 
 #include "vaultkit/vkcom.h"
 
 namespace vk {
+
+class OffMsgIndexView;
 
 struct OffMsgConversation {
   std::u16string msg_id;
   LONG count = 1;  // the records it stands for
   LONG create_time = 0;
   std::u16string session_desc, actor, title, type;
-  bool discussion = false;  // first seen in the discussion channel's pass, not the IM one's
 };
 
 class OffMsgConversations {
  public:
-  void Add(OffMsgConversation record);
-  const std::list<OffMsgConversation>& InOrder() const { return order_; }
+  struct Entry {
+    const OffMsgConversation* first;  // as its first channel read it
+    LONG count;                       // in both channels
+    bool discussion;  // first seen in the discussion channel's pass, not the IM one's
+  };
+
+  // Adds a channel's conversations in their order; the list keeps the view it points into.
+  void Add(std::shared_ptr<const OffMsgIndexView> view, bool discussion);
+  std::vector<Entry> InOrder() const;
 
  private:
-  std::list<OffMsgConversation> order_;
-  std::unordered_map<std::u16string, std::list<OffMsgConversation>::iterator> by_key_;
+  struct Placed {
+    Entry entry;
+    std::u16string_view key;
+    size_t moved_to;  // its place in the list: the later, the further down
+  };
+
+  std::vector<std::shared_ptr<const OffMsgIndexView>> views_;
+  std::vector<Placed> placed_;
+  // Filled when a second channel comes: the conversations within one channel are distinct.
+  std::unordered_map<std::u16string_view, size_t> by_key_;
+  size_t places_ = 0;
+  bool moved_ = false;
 };
 
 }  // namespace vk

@@ -13,6 +13,8 @@
 
 namespace vk {
 
+class ReadableFile;
+
 // The attributes of one element while the scan is at it.
 class OffMsgAttributes {
  public:
@@ -50,10 +52,37 @@ class OffMsgAttributes {
 class OffMsgIndexScan {
  public:
   using Visit = std::function<void(const OffMsgAttributes&)>;
+
+  // Part of an index read as a document of its own: the file's first `head` bytes, then its
+  // bytes from `from` up to `to` (negative: up to its end), then `tail`.
+  struct Part {
+    int64_t head = 0, from = 0, to = -1;
+    std::string_view tail;
+  };
+  // A large index read as two documents, one on each processor. The first is the file up to
+  // a record's start tag, closed there with the root's end tag: it is well-formed only when
+  // that tag stands between two children of the root (not in a comment, a CDATA section or
+  // another element). The second is the file's head (prolog and root start tag, so the same
+  // declarations apply) followed by the file from that record on. When the first reads, the
+  // file reads exactly when the second does, and its records are the first's then the
+  // second's.
+  struct Split {
+    int64_t root_end = 0;  // just after the root's start tag
+    int64_t at = 0;        // the record's start tag
+    Part First() const;
+    Part Second() const { return {root_end, at, -1, {}}; }
+  };
+
   // False when the file cannot be read, is not well-formed in the ANSI code page (GBK), or
   // its root is not OffMsgIndexData; what was visited before the fault showed is not to be
   // trusted then.
   static bool Scan(std::u16string_view path, const Visit& on_root, const Visit& on_record);
+  // The same for a part of an open file; two parts may be read from two threads at once.
+  static bool Scan(ReadableFile& file, const Part& part, const Visit& on_root,
+                   const Visit& on_record);
+  // A record's start tag at about `fraction` of the file, after a root start tag that has been
+  // read as well-formed; none when there is no such tag near there.
+  static std::optional<Split> FindSplit(ReadableFile& file, double fraction);
   // Reads no further than the root's start tag, then looks at the end of the file: true when
   // the head is well-formed up to an OffMsgIndexData root and the file ends by closing that
   // root. A file cut short (the damage a crash or a full disk leaves) fails; so does one this

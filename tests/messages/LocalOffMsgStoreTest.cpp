@@ -494,5 +494,46 @@ TEST_F(LocalOffMsgStoreTest, ChannelOfAHundredThousandRecordsReadsBack) {
   EXPECT_EQ(Total(), 99000);
 }
 
+TEST_F(LocalOffMsgStoreTest, LargeIndexReadInPartsListsWhatTheWholeFileHolds) {
+  // Some 2 MB, read by two threads; what stands at the place where the file would be split
+  // decides whether it is, never what is read.
+  const std::string plain =
+      samples::BuildOffMsgChannel(samples::SampleOffMsgRecords(12000, 100)).index;
+  auto record_at = [&](double fraction) {
+    return plain.find("<OffMsgRec", static_cast<size_t>(plain.size() * fraction));
+  };
+  auto records_in = [](std::string_view bytes) {
+    size_t n = 0;
+    for (size_t at = bytes.find("<OffMsgRec"); at != bytes.npos;
+         at = bytes.find("<OffMsgRec", at + 1))
+      ++n;
+    return n;
+  };
+  struct Case {
+    const char* name;
+    double from, to;  // where `open` and `close` go
+    const char *open, *close;
+    HRESULT listed;
+  };
+  const Case cases[] = {
+      {"records in a comment across the middle", 0.4, 0.6, "<!--", "-->", S_OK},
+      {"damage in the second part", 0.8, 0.8, "<Broken", "", E_FAIL},
+      {"damage in the first part", 0.2, 0.2, "<Broken", "", E_FAIL},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    const size_t from = record_at(c.from), to = record_at(c.to);
+    std::string bytes = plain;
+    bytes.insert(to, c.close);
+    bytes.insert(from, c.open);
+    data_.WriteBytes(Rel(kIm, "xml"), bytes);
+    std::vector<Item> items = Indexes(c.listed);
+    LONG records = 0;
+    for (const Item& item : items) records += item.count;
+    const size_t hidden = records_in(std::string_view(plain).substr(from, to - from));
+    EXPECT_EQ(static_cast<size_t>(records), c.listed == S_OK ? 12000 - hidden : 0);
+  }
+}
+
 }  // namespace
 }  // namespace vk::test
