@@ -45,6 +45,16 @@ check "... as JSON too" test "$("$vaultkit" --data-root "$d" accounts --json | t
 check "... and none in a folder that has none" \
   test "$("$vaultkit" --data-root "$work/empty" accounts)" = "(no accounts)"
 check "no scratch copy is left" test -z "$(ls -A "$TMPDIR")"
+# Without TMPDIR the copy goes to a memory-backed folder when one has room, else to /tmp.
+mkdir -p "$work/run"
+expected=$("$vaultkit" --data-root "$d" --account alice keydepts list 2>&1)
+for runtime in "$work/run" "$work/missing"; do
+  check "a read with XDG_RUNTIME_DIR=$runtime answers as with TMPDIR" test "$(env -u TMPDIR \
+    XDG_RUNTIME_DIR="$runtime" "$vaultkit" --data-root "$d" --account alice keydepts list 2>&1)" \
+    = "$expected"
+done
+check "... leaves no copy in it" test -z "$(ls -A "$work/run")"
+check "... and changes nothing" test "$(snapshot "$d")" = "$before"
 check "a write repairs as the client would" \
   test "$(exit_code "$vaultkit" --data-root "$d" --account alice grid set zhangsan 1)" = 0
 check "... keeping the damaged bytes aside" test -n "$(ls "$f" | grep '^UserGrid.xml.damaged-')"

@@ -1,9 +1,13 @@
 #include "tools/vaultkit/cli/ScratchCopy.h"
 
+#include <sys/statvfs.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <vector>
 
 #include "tools/vaultkit/cli/Command.h"
 
@@ -40,20 +44,53 @@ void CopyFolder(const fs::path& from, const fs::path& to) {
   if (ec) throw Failure{"cannot read " + from.string() + ": " + ec.message()};
 }
 
+// The bytes of the regular files below a folder.
+uintmax_t FolderBytes(const fs::path& folder) {
+  uintmax_t bytes = 0;
+  std::error_code ec;
+  for (fs::recursive_directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec)) {
+    if (it->is_regular_file(ec)) bytes += it->file_size(ec);
+  }
+  return bytes;
+}
+
+// Where the copy is made: in TMPDIR when the user chose one; else in a memory-backed folder
+// (the session's runtime folder, then /dev/shm) that has room for it twice over, as the load
+// writes and syncs its databases in the copy, which costs a disk some 40 ms per command for
+// nothing the user keeps; else in /tmp.
+std::string ScratchParent(uintmax_t bytes) {
+  if (const char* tmp = std::getenv("TMPDIR"); tmp != nullptr && *tmp) return tmp;
+  const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+  for (const char* folder : {runtime, "/dev/shm"}) {
+    struct statvfs room {};
+    if (folder == nullptr || *folder == '\0' || ::access(folder, W_OK | X_OK) != 0 ||
+        ::statvfs(folder, &room) != 0) {
+      continue;
+    }
+    const uintmax_t free = static_cast<uintmax_t>(room.f_bavail) * room.f_frsize;
+    if (free / 2 > bytes + (16u << 20)) return folder;
+  }
+  return "/tmp";
+}
+
 }  // namespace
 
 ScratchCopy::ScratchCopy(const std::string& data_root, const std::string& account)
     : folder_("Accounts/" + (account.empty() ? std::string("0") : account)) {
-  const char* tmp = std::getenv("TMPDIR");
-  std::string pattern =
-      std::string(tmp != nullptr && *tmp ? tmp : "/tmp") + "/vaultkit-read-XXXXXX";
+  const fs::path source(data_root);
+  // The load opens the default folder's stores before the account's: with their files in
+  // the copy, it reads them instead of making new ones.
+  std::vector<std::string> folders = {folder_};
+  if (folder_ != "Accounts/0") folders.push_back("Accounts/0");
+  uintmax_t bytes = 0;
+  for (const std::string& folder : folders) bytes += FolderBytes(source / folder);
+  std::string pattern = ScratchParent(bytes) + "/vaultkit-read-XXXXXX";
   // mkdtemp makes the folder 0700: the copy of the account is its owner's alone.
   if (::mkdtemp(pattern.data()) == nullptr) {
     throw Failure{"cannot make a scratch folder in " + pattern + ": " + std::strerror(errno)};
   }
   root_ = pattern + "/";
-  const fs::path source(data_root);
-  CopyFolder(source / folder_, root_ + folder_);
+  for (const std::string& folder : folders) CopyFolder(source / folder, root_ + folder);
   fs::create_directories(root_ + "Accounts");
   CopyRegular(source / "Accounts" / "wez.cfg", root_ + "Accounts/wez.cfg");
   damaged_before_ = DamagedCopies();
