@@ -1,7 +1,7 @@
 // A private copy of what a command that only reads lets the component touch: the data root's
-// wez.cfg, the account folder and the default folder "0" (whose stores the load opens). The component's
-// load and account change write by contract (templates, option files, the databases' roots,
-// damaged files set aside, the log); run on the copy, they never reach the user's files.
+// wez.cfg, the account folder and the default folder "0" (whose stores the load opens). The
+// component's load and account change write by contract (templates, option files, the databases'
+// roots, damaged files set aside, the log); run on the copy, they never reach the user's files.
 #pragma once
 
 #include <set>
