@@ -5,6 +5,8 @@
 
 #include <climits>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 
 #include "platform/Files.h"
 #include "platform/Text.h"
@@ -18,6 +20,9 @@ namespace {
 XmlRecordFilter* FilterOf(void* context) {
   return static_cast<XmlRecordFilter*>(static_cast<xmlParserCtxtPtr>(context)->_private);
 }
+
+// Room kept before the children for the declaration and the root's start tag.
+constexpr size_t kHeadRoom = 4096;
 
 const char* Chars(const xmlChar* text) {
   return reinterpret_cast<const char*>(text);
@@ -134,6 +139,12 @@ bool XmlRecordFilter::Read(std::u16string_view path, const Remove& remove) {
   xmlCtxtUseOptions(parser, XmlParsePolicy::kOptions | XML_PARSE_IGNORE_ENC);
   xmlCharEncodingHandlerPtr handler = xmlFindCharEncodingHandler(encoding_);
   save_ = xmlSaveToIO(&Append, nullptr, &body_, encoding_, XML_SAVE_NO_DECL);
+  // What stays is about as long as the file: room for it at once, and for the root's start
+  // tag that Save puts before it, spares the copies of a growing buffer and the twice-as-large
+  // blocks it would leave.
+  std::error_code ec;
+  const uintmax_t size = std::filesystem::file_size(PathToNative(path), ec);
+  if (!ec && size <= static_cast<uintmax_t>(INT_MAX)) body_.reserve(size + kHeadRoom);
   size_t read = 0;
   bool ok =
       handler != nullptr && save_ != nullptr && xmlSwitchToEncoding(parser, handler) == 0 &&
@@ -184,18 +195,15 @@ std::optional<std::string> XmlRecordFilter::Save(const std::string& name,
   if (xmlSaveClose(save) < 0 || set == nullptr || trap.HasError() || !start.ends_with("/>")) {
     return std::nullopt;
   }
-  std::string bytes = XmlSaveForm::Declaration(doc_, declared_);
-  bytes.reserve(bytes.size() + start.size() + body_.size() + root_.size() + 4);
-  if (body_.empty()) {
-    bytes += start;
-  } else {
-    bytes.append(start, 0, start.size() - 2);
-    bytes += '>';
-    bytes += body_;
-    std::string().swap(body_);
-    bytes += "</" + root_ + ">";
-  }
-  bytes += '\n';
+  std::string head = XmlSaveForm::Declaration(doc_, declared_);
+  if (body_.empty()) return head + start + '\n';
+  head.append(start, 0, start.size() - 2);
+  head += '>';
+  // The children written so far become the document in place: no second copy of the file.
+  std::string bytes = std::move(body_);
+  body_.clear();
+  bytes.insert(0, head);
+  bytes += "</" + root_ + ">\n";
   return bytes;
 }
 
