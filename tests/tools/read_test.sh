@@ -54,6 +54,12 @@ for runtime in "$work/run" "$work/missing"; do
     = "$expected"
 done
 check "... leaves no copy in it" test -z "$(ls -A "$work/run")"
+# A file that cannot be copied (here process memory behind a link) fails the command, and the
+# part of the copy already made goes with it.
+ln -s /proc/self/mem "$f/unreadable"
+"$vaultkit" --data-root "$d" --account alice grid list >/dev/null 2>&1
+check "a copy that fails part-way leaves nothing behind" test -z "$(ls -A "$TMPDIR")"
+rm "$f/unreadable"
 check "... and changes nothing" test "$(snapshot "$d")" = "$before"
 check "a write repairs as the client would" \
   test "$(exit_code "$vaultkit" --data-root "$d" --account alice grid set zhangsan 1)" = 0

@@ -90,10 +90,18 @@ ScratchCopy::ScratchCopy(const std::string& data_root, const std::string& accoun
     throw Failure{"cannot make a scratch folder in " + pattern + ": " + std::strerror(errno)};
   }
   root_ = pattern + "/";
-  for (const std::string& folder : folders) CopyFolder(source / folder, root_ + folder);
-  fs::create_directories(root_ + "Accounts");
-  CopyRegular(source / "Accounts" / "wez.cfg", root_ + "Accounts/wez.cfg");
-  damaged_before_ = DamagedCopies();
+  try {
+    for (const std::string& folder : folders) CopyFolder(source / folder, root_ + folder);
+    fs::create_directories(root_ + "Accounts");
+    CopyRegular(source / "Accounts" / "wez.cfg", root_ + "Accounts/wez.cfg");
+    damaged_before_ = DamagedCopies();
+  } catch (...) {
+    // A copy that could not be finished (a full folder, an unreadable file) goes at once: no
+    // destructor runs for an object whose construction failed.
+    std::error_code ec;
+    fs::remove_all(root_, ec);
+    throw;
+  }
 }
 
 ScratchCopy::~ScratchCopy() {
