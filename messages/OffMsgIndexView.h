@@ -41,8 +41,8 @@ class OffMsgIndexView {
   OffMsgIndexView(const OffMsgIndexView&) = delete;
   OffMsgIndexView& operator=(const OffMsgIndexView&) = delete;
 
-  // Reads the index through; a large one is parsed on a thread of its own while this one
-  // groups the records. A file that does not read to its end (missing, damaged, cut
+  // Reads the index through; a large one in two halves, the first on a thread of its own (see
+  // OffMsgIndexScan::Split). A file that does not read to its end (missing, damaged, cut
   // short, its root not OffMsgIndexData) gives a view that is not readable and holds nothing.
   static OffMsgIndexView Read(std::u16string_view path);
   // The DataSum alone, from a pass that reads the file through without keeping the records;
